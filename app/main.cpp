@@ -1,0 +1,43 @@
+#include "appglobals.h"
+#include "runguard.h"
+#include "tray.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QSystemTrayIcon>
+
+#include <memory>
+
+int main(int argc, char* argv[])
+{
+    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::Round);
+
+    RunGuard guard(applicationKey);
+    if (!guard.tryClaimInstance()) {
+        return 0;
+    }
+
+    // The bundle's own static initialiser registers it as well; registering twice is harmless.
+    Q_INIT_RESOURCE(resources);
+
+    auto app = std::make_unique<QApplication>(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("Oxmerel"));
+
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        QMessageBox::critical(nullptr, QObject::tr("Oxmerel"),
+                              QObject::tr("Oxmerel couldn't detect any system tray on this system."), QMessageBox::Ok,
+                              QMessageBox::NoButton);
+        app.reset();
+        return 1;
+    }
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+
+    int result = 0;
+    {
+        Tray tray;
+        tray.hide();
+        result = QApplication::exec();
+    }
+    app.reset();
+    return result;
+}

@@ -1,0 +1,33 @@
+#include "paths.h"
+
+#include <QDir>
+
+QString oxmerelHome()
+{
+    return QDir::homePath() + QStringLiteral("/AppData/Local/Oxmerel");
+}
+
+QString settingsFilePath()
+{
+    return oxmerelHome() + QStringLiteral("/tray.ini");
+}
+
+QString credentialsYamlPath()
+{
+    return oxmerelHome() + QStringLiteral("/credentials.yaml");
+}
+
+QString credentialsJsonPath()
+{
+    return oxmerelHome() + QStringLiteral("/credentials.json");
+}
+
+QString logsRoot()
+{
+    return oxmerelHome() + QStringLiteral("/logs");
+}
+
+QString robotLocksDir()
+{
+    return oxmerelHome() + QStringLiteral("/tray/robots");
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QList>
+#include <QMetaType>
+#include <QString>
+
+// One robot as the runtime lists it. Never deleted by the records that point to it.
+struct RobotInfo {
+    RobotInfo(const QString& robotId, const QString& robotName)
+        : id(robotId)
+        , name(robotName)
+    {
+    }
+
+    QString id;
+    QString name;
+};
+
+Q_DECLARE_METATYPE(RobotInfo*)
+Q_DECLARE_METATYPE(QList<RobotInfo*>)

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QMetaType>
+#include <QModelIndex>
+
+class QCheckBox;
+class QLineEdit;
+class QPlainTextEdit;
+class QWidget;
+class QLoadingButton;
+class ProcHandler;
+struct RobotInfo;
+struct Workspace;
+
+// One view inside a workspace: the sign-in form (empty robot id) or one robot. Holds pointers only; the widgets
+// belong to their Qt parents and the handlers to the window.
+struct Session {
+    explicit Session(Workspace* owner)
+        : workspace(owner)
+    {
+    }
+
+    Workspace* workspace;
+    ProcHandler* runner = nullptr;
+    ProcHandler* agent = nullptr;
+    QWidget* connectWidget = nullptr;
+    QLineEdit* workspaceEdit = nullptr;
+    QLineEdit* identityEdit = nullptr;
+    QLineEdit* passwordEdit = nullptr;
+    QLoadingButton* signInButton = nullptr;
+    bool noDesignerAttach = false;
+    bool sendCrashDump = true;
+    RobotInfo* robot = nullptr;
+    QModelIndex index;
+    bool connected = false;
+    QPlainTextEdit* logView = nullptr;
+    bool searchWholeWords = false;
+    bool searchCaseSensitive = false;
+
+    // The page shown on the right for this session, and the parts of it that change with the robot's state.
+    QWidget* page = nullptr;
+    QWidget* logPage = nullptr;
+    QWidget* offlineWidget = nullptr;
+    QLineEdit* searchEdit = nullptr;
+    QCheckBox* sendCrashDumpBox = nullptr;
+    QCheckBox* noDesignerAttachBox = nullptr;
+};
+
+Q_DECLARE_METATYPE(Session*)

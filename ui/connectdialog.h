@@ -1,0 +1,121 @@
+#pragma once
+
+#include <QDialog>
+#include <QFont>
+#include <QList>
+#include <QMap>
+#include <QModelIndex>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+class QLineEdit;
+class QTreeWidgetItem;
+class QVBoxLayout;
+class QWidget;
+class Tray;
+class TreeItem;
+class TreeWidget;
+struct RobotInfo;
+struct Session;
+struct Workspace;
+
+namespace Ui {
+class ConnectDialog;
+}
+
+// The main window: workspaces in a side column, the selected workspace's robots tree, and on the right the sign-in
+// form or the log page of the selected robot. Split by concern over several source files:
+// connectdialog.cpp (construction, exit, message dialogs), connectdialog_tree.cpp (workspaces and rows),
+// connectdialog_signin.cpp (session pages and sign-in), connectdialog_robots.cpp (connection control and lock mode),
+// connectdialog_logs.cpp (log view), connectdialog_credentials.cpp (loading and rewriting the credentials file).
+class ConnectDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit ConnectDialog(Tray* tray);
+    ~ConnectDialog() override;
+
+    void showMessageDialog(int kind, const QString& title, const QString& text);
+    void showConfirmDialog(int kind, const QString& title, const QString& text,
+                           const std::function<void(bool)>& onAnswer);
+
+signals:
+    void connected(QString workspace);
+    void minimizeToTray();
+
+public slots:
+    void exit();
+    void doHide();
+
+private slots:
+    void handleConnect(Session* session, QString robotId);
+    Workspace* addConnect(int insertIndex = -1);
+    void handleWSClicked(QString workspace);
+    void receivedLog(Session* s, QString time, QString level, QString msg);
+    void authFailed(Session* session);
+    void robotSelected(Session* session, RobotInfo* robot);
+    void robotsListed(Session* session, QList<RobotInfo*> robots);
+    void robotSelectionChanged(Workspace* ws);
+    void robotConnected(Session* s, RobotInfo* robot);
+    void doOpenLogs(Session* s);
+    void doClearLogs(Session* s);
+    void doLockRobot(Session* s, bool locked);
+    void doDisconnect(Session* s, bool exiting);
+    void doConnectRobot(Session* s, QString id, QModelIndex index);
+    void robotExited(Session* s, int exitCode, QProcess::ExitStatus exitStatus);
+
+private:
+    // connectdialog_credentials.cpp
+    void loadWorkspaces(bool autoConnect);
+    void removeWorkspace(Workspace* ws, bool removeCredentials);
+    void removeRobotFromCredentials(Session* s);
+    void signOutWorkspace(Workspace* ws);
+
+    // connectdialog_signin.cpp
+    Session* createSession(Workspace* ws, RobotInfo* robot, const QModelIndex& index);
+    void buildSignInPane(Session* s);
+    void validateField(QLineEdit* field);
+    void submitFromKeyboard();
+    Session* currentSession() const;
+    void startRuntime(Session* s);
+    void stopBusy(Session* s);
+
+    // connectdialog_tree.cpp
+    void connectAll(Workspace* ws);
+    void disconnectAll(Workspace* ws);
+    void confirmRemoveWorkspace(Workspace* ws);
+    void mergeListedRobots(Workspace* ws, const QList<RobotInfo*>& robots);
+    void addRobotRow(Workspace* ws, RobotInfo* robot);
+    void updateHeaderActions(Workspace* ws, bool signedIn);
+    void showSessionPage(Workspace* ws, Session* s);
+    QTreeWidgetItem* robotRow(Workspace* ws, const QString& robotId) const;
+    TreeItem* rowWidget(Session* s) const;
+    Session* sessionOf(Workspace* ws, const QString& robotId) const;
+
+    // connectdialog_robots.cpp
+    void buildRobotPage(Session* s);
+    static bool isRobotLocked(const QString& robotId);
+
+    // connectdialog_logs.cpp
+    void buildLogPane(Session* s);
+    void searchLog(Session* s);
+
+    Ui::ConnectDialog* ui;
+    QFont regularFont;
+    QFont semiBoldFont;
+
+    Workspace* currentWorkspace = nullptr;
+    QMap<QString, Workspace*> workspacesById;
+    QMap<QString, Workspace*> workspacesByName;
+    QStringList workspaceOrder;
+
+    // The tree and right-hand page currently shown; they start as the form's placeholders.
+    QWidget* shownTree = nullptr;
+    QWidget* shownPage = nullptr;
+
+    bool messageOpen = false;
+};
