@@ -25,8 +25,8 @@ int main(int argc, char* argv[])
 
     if (!QSystemTrayIcon::isSystemTrayAvailable()) {
         QMessageBox::critical(nullptr, QObject::tr("Oxmerel"),
-                              QObject::tr("Oxmerel couldn't detect any system tray on this system."), QMessageBox::Ok,
-                              QMessageBox::NoButton);
+            QObject::tr("Oxmerel couldn't detect any system tray on this system."), QMessageBox::Ok,
+            QMessageBox::NoButton);
         app.reset();
         return 1;
     }

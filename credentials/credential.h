@@ -8,8 +8,7 @@ struct Credential {
         : workspace(workspaceText)
         , identity(identityText)
         , password(passwordText)
-    {
-    }
+    { }
 
     QString workspace;
     QString identity;

@@ -9,8 +9,7 @@ struct RobotInfo {
     RobotInfo(const QString& robotId, const QString& robotName)
         : id(robotId)
         , name(robotName)
-    {
-    }
+    { }
 
     QString id;
     QString name;

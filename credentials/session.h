@@ -17,8 +17,7 @@ struct Workspace;
 struct Session {
     explicit Session(Workspace* owner)
         : workspace(owner)
-    {
-    }
+    { }
 
     Workspace* workspace;
     ProcHandler* runner = nullptr;

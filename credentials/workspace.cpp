@@ -8,8 +8,7 @@
 Workspace::Workspace()
     : name(QStringLiteral("Workspace"))
     , id(QUuid::createUuid().toString())
-{
-}
+{ }
 
 Workspace::~Workspace()
 {

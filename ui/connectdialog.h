@@ -40,8 +40,8 @@ public:
     ~ConnectDialog() override;
 
     void showMessageDialog(int kind, const QString& title, const QString& text);
-    void showConfirmDialog(int kind, const QString& title, const QString& text,
-                           const std::function<void(bool)>& onAnswer);
+    void showConfirmDialog(
+        int kind, const QString& title, const QString& text, const std::function<void(bool)>& onAnswer);
 
 signals:
     void connected(QString workspace);

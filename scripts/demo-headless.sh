@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Runs the program on a private X server with a tray host, saves screenshots of the main window as the demo signs in
+# and streams logs, then ends everything it started.
+set -euo pipefail
+program=$1
+shots=$2
+mkdir -p "$shots"
+
+pids=()
+cleanup() {
+    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+    for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
+}
+trap cleanup EXIT
+
+displayfile=$(mktemp)
+Xvfb -displayfd 5 -screen 0 1280x800x24 -nolisten tcp 5>"$displayfile" 2>/dev/null &
+pids+=($!)
+for _ in $(seq 100); do [ -s "$displayfile" ] && break; sleep 0.05; done
+export DISPLAY=":$(head -n1 "$displayfile")"
+rm -f "$displayfile"
+trayer --edge top --align right --widthtype pixel --width 120 --height 24 >/dev/null 2>&1 &
+pids+=($!)
+sleep 0.5
+
+QT_QPA_PLATFORM=xcb "$program" --auto-start &
+app=$!
+pids=("$app" "${pids[@]}")
+
+for step in 1 2 3; do
+    sleep 3
+    import -window root "$shots/demo-$step.png"
+done
+echo "Screenshots of the demo: $shots"
+ls -1 "$shots"
