@@ -8,6 +8,7 @@ class QLineEdit;
 class QPlainTextEdit;
 class QWidget;
 class QLoadingButton;
+class LogAppender;
 class ProcHandler;
 struct RobotInfo;
 struct Workspace;
@@ -43,6 +44,7 @@ struct Session {
     QLineEdit* searchEdit = nullptr;
     QCheckBox* sendCrashDumpBox = nullptr;
     QCheckBox* noDesignerAttachBox = nullptr;
+    LogAppender* logQueue = nullptr;
 };
 
 Q_DECLARE_METATYPE(Session*)

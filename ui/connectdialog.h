@@ -61,10 +61,12 @@ private slots:
     void robotsListed(Session* session, QList<RobotInfo*> robots);
     void robotSelectionChanged(Workspace* ws);
     void robotConnected(Session* s, RobotInfo* robot);
+    // The row handlers below take the robot's own session, or null when it has none (nothing happens then).
     void doOpenLogs(Session* s);
     void doClearLogs(Session* s);
     void doLockRobot(Session* s, bool locked);
     void doDisconnect(Session* s, bool exiting);
+    // `s` may be any session of the row's workspace (the sign-in session when the robot has none yet).
     void doConnectRobot(Session* s, QString id, QModelIndex index);
     void robotExited(Session* s, int exitCode, QProcess::ExitStatus exitStatus);
 
@@ -76,6 +78,8 @@ private:
     void signOutWorkspace(Workspace* ws);
 
     // connectdialog_signin.cpp
+    // Also builds s->page and places it, hidden, in the right-hand area beside the form's placeholder page, so
+    // showing a session only swaps which page is visible.
     Session* createSession(Workspace* ws, RobotInfo* robot, const QModelIndex& index);
     void buildSignInPane(Session* s);
     void validateField(QLineEdit* field);
@@ -83,6 +87,7 @@ private:
     Session* currentSession() const;
     void startRuntime(Session* s);
     void stopBusy(Session* s);
+    void showPageContent(Session* s, QWidget* content);
 
     // connectdialog_tree.cpp
     void connectAll(Workspace* ws);
@@ -103,6 +108,8 @@ private:
     // connectdialog_logs.cpp
     void buildLogPane(Session* s);
     void searchLog(Session* s);
+
+    friend class ConnectDialogProbe; // tests
 
     Ui::ConnectDialog* ui;
     QFont regularFont;
