@@ -125,4 +125,6 @@ private:
     QWidget* shownPage = nullptr;
 
     bool messageOpen = false;
+    // Raised by the runtime's own warnings (already connected robot), independent of messageOpen.
+    bool warningOpen = false;
 };
