@@ -16,7 +16,6 @@
 #include <QFontDatabase>
 #include <QIcon>
 #include <QPixmap>
-#include <QPushButton>
 
 namespace {
 
@@ -85,12 +84,6 @@ ConnectDialog::ConnectDialog(Tray* tray)
 
     ui->versionText->setText(appVersion);
     ui->versionText->setStyleSheet(QStringLiteral("color: #777; padding: 0; margin: 0;"));
-
-    // Enter in a sign-in field belongs to that form alone; a dialog would otherwise also click whichever push button
-    // it treats as default (title bar, sidebar, placeholders).
-    for (QPushButton* button : findChildren<QPushButton*>()) {
-        button->setAutoDefault(false);
-    }
 
     show();
 }

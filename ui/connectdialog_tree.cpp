@@ -60,7 +60,6 @@ QButton* makeWorkspaceButton()
         { QStringLiteral("#fff") }, { QStringLiteral("22px") }, QStringLiteral("transparent"),
         QStringLiteral("0px 14px 0px 0px"), QStringLiteral("4px"), QStringLiteral("36px"), QStringLiteral("36px"));
     button->setText(QObject::tr("WS"));
-    button->setAutoDefault(false);
     button->setContextMenuPolicy(Qt::CustomContextMenu);
     return button;
 }
@@ -70,7 +69,6 @@ QPushButton* makeSelectionBar()
     auto* bar = new QPushButton();
     bar->setFixedSize(6, 24);
     bar->setStyleSheet(selectionBarStyle);
-    bar->setAutoDefault(false);
     QSizePolicy policy = bar->sizePolicy();
     policy.setRetainSizeWhenHidden(true);
     bar->setSizePolicy(policy);
