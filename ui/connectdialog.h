@@ -1,5 +1,7 @@
 #pragma once
 
+#include "robotinfo.h"
+
 #include <QDialog>
 #include <QFont>
 #include <QList>
@@ -18,7 +20,6 @@ class QWidget;
 class Tray;
 class TreeItem;
 class TreeWidget;
-struct RobotInfo;
 struct Session;
 struct Workspace;
 
