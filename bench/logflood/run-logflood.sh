@@ -1,0 +1,137 @@
+#!/usr/bin/env bash
+# Log-flood benchmark. Runs the real program on a private X server with a tray host; its one remembered robot
+# connects at start, and the simulated runtime then prints N log lines as fast as the pipe takes them while the
+# robot's log page is shown. Then the same lines go to a minimal Qt program that appends each read to a bounded
+# QPlainTextEdit. For both it prints lines per second drained, CPU seconds per 100,000 lines and resident memory
+# after the first 10,000 lines and after all of them.
+# Usage: run-logflood.sh <build dir> [lines] [screenshot.png]
+set -euo pipefail
+build=$(cd "$1" && pwd)
+lines=${2:-1000000}
+shot=${3:-}
+sim="$build/sim"
+tray="$build/bin/oxmerel-tray"
+minimal="$build/bin/minimal_logview"
+work=$(mktemp -d "${TMPDIR:-/tmp}/logflood.XXXXXX")
+
+pids=()
+cleanup() {
+    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+    for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
+    rm -rf "$work"
+}
+trap cleanup EXIT
+
+displayfile="$work/display"
+Xvfb -displayfd 5 -screen 0 1280x800x24 -nolisten tcp 5>"$displayfile" 2>/dev/null &
+pids+=($!)
+for _ in $(seq 100); do [ -s "$displayfile" ] && break; sleep 0.05; done
+export DISPLAY=":$(head -n1 "$displayfile")"
+export QT_QPA_PLATFORM=xcb
+trayer --edge top --align right --widthtype pixel --width 120 --height 24 >/dev/null 2>&1 &
+pids+=($!)
+for _ in $(seq 100); do xdotool search --classname trayer >/dev/null 2>&1 && break; sleep 0.05; done
+
+# One line as the runtime writes it, about 140 bytes.
+line='{"time":"2026-01-01T09:00:00.000Z","level":"info","msg":"Processed invoice ${N} of batch 42: rows written to ledger, no warnings","status":""}'
+bytes_per_line=$(($(printf '%s' "${line/\$\{N\}/500000}" | wc -c) + 1))
+
+cat >"$work/tray.scenario" <<EOF
+[oxmerel-runner]
+print {"status":"waiting_input","msg":"Password"}
+expect
+print {"status":"logged_in","workspace":"Acme"}
+print {"status":"waiting_selection","items":[{"id":"r1","name":"Invoices"}]}
+expect
+print {"status":"connected","level":"info","msg":"connected","time":"09:00:00"}
+sleep 1000
+flood $lines $line
+exit 0
+[oxmerel-agent]
+hang
+EOF
+cat >"$work/minimal.scenario" <<EOF
+[oxmerel-runner]
+sleep 1000
+flood $lines $line
+exit 0
+EOF
+
+home="$work/home"
+mkdir -p "$home/AppData/Local/Oxmerel"
+cat >"$home/AppData/Local/Oxmerel/credentials.yaml" <<EOF
+credentials:
+  acme.oxmerel.cloud:
+    identity: bench@acme.example
+    password: $(printf 'bench-password' | base64)
+    robots:
+      - r1
+EOF
+
+rss_kib() { awk '/^VmRSS/ {print $2}' "/proc/$1/status"; }
+cpu_ticks() { awk '{print $14 + $15}' "/proc/$1/stat"; }
+written_bytes() { awk '/^wchar/ {print $2}' "/proc/$1/io" 2>/dev/null || echo 0; }
+alive() { [ -e "/proc/$1" ] && ! grep -q '^State:.*Z' "/proc/$1/status" 2>/dev/null; }
+
+# Waits for the flooding simulator (the last runner recorded), then samples the consumer until the flood ends.
+measure() {
+    local name=$1 consumer=$2 record=$3 flood_pid="" t0 t1 c0 c1 rss10k="" rss_end
+    for _ in $(seq 600); do
+        if [ -s "$record" ]; then
+            flood_pid=$(jq -r 'select(.argv != null and .program == "oxmerel-runner") | .pid' "$record" | tail -n1)
+            local count
+            count=$(jq -r 'select(.argv != null and .program == "oxmerel-runner") | .pid' "$record" | wc -l)
+            if [ "$name" = minimal ] || [ "$count" -ge 2 ]; then break; fi
+        fi
+        sleep 0.1
+    done
+    [ -n "$flood_pid" ] || { echo "$name: no flooding runtime"; return 1; }
+    local base
+    base=$(written_bytes "$flood_pid")
+    while alive "$flood_pid" && [ "$(written_bytes "$flood_pid")" -le $((base + 4096)) ]; do sleep 0.01; done
+    t0=$EPOCHREALTIME
+    c0=$(cpu_ticks "$consumer")
+    while alive "$flood_pid"; do
+        if [ -z "$rss10k" ] && [ $(($(written_bytes "$flood_pid") - base)) -ge $((10500 * bytes_per_line)) ]; then
+            rss10k=$(rss_kib "$consumer")
+        fi
+        sleep 0.05
+    done
+    t1=$EPOCHREALTIME
+    c1=$(cpu_ticks "$consumer")
+    rss_end=$(rss_kib "$consumer")
+    local hz
+    hz=$(getconf CLK_TCK)
+    awk -v n="$lines" -v t0="$t0" -v t1="$t1" -v c="$((c1 - c0))" -v hz="$hz" -v r1="$rss10k" -v r2="$rss_end" \
+        -v name="$name" 'BEGIN {
+            printf "%-8s %10.0f lines/s  %6.3f CPU s/100k lines  RSS %7.1f MiB after 10k, %7.1f MiB after all\n",
+                name, n / (t1 - t0), c / hz / (n / 100000), r1 / 1024, r2 / 1024 }'
+}
+
+export PATH="$sim:$PATH"
+
+# The real program.
+export OXMEREL_SIM_RECORD="$work/tray.record"
+export OXMEREL_SIM_SCENARIO="$work/tray.scenario"
+HOME="$home" "$tray" --auto-start &
+tray_pid=$!
+pids=("$tray_pid" "${pids[@]}")
+if [ -n "$shot" ]; then
+    (sleep 4 && import -window root "$shot") &
+fi
+measure tray "$tray_pid" "$OXMEREL_SIM_RECORD"
+# The runtimes it started lead their own process groups; end them before the program itself.
+for pid in $(jq -r 'select(.argv != null) | .pid' "$OXMEREL_SIM_RECORD"); do
+    if alive "$pid" && [ "$(ps -o pgid= -p "$pid" | tr -d ' ')" = "$pid" ]; then kill -KILL -- "-$pid" 2>/dev/null || true; fi
+done
+kill "$tray_pid" 2>/dev/null || true
+wait "$tray_pid" 2>/dev/null || true
+
+# The reference.
+export OXMEREL_SIM_RECORD="$work/minimal.record"
+export OXMEREL_SIM_SCENARIO="$work/minimal.scenario"
+"$minimal" "$sim/oxmerel-runner" &
+minimal_pid=$!
+pids=("$minimal_pid" "${pids[@]}")
+measure minimal "$minimal_pid" "$OXMEREL_SIM_RECORD"
+wait "$minimal_pid" 2>/dev/null || true
