@@ -73,26 +73,24 @@ cpu_ticks() { awk '{print $14 + $15}' "/proc/$1/stat"; }
 written_bytes() { awk '/^wchar/ {print $2}' "/proc/$1/io" 2>/dev/null || echo 0; }
 alive() { [ -e "/proc/$1" ] && ! grep -q '^State:.*Z' "/proc/$1/status" 2>/dev/null; }
 
-# Waits for the flooding simulator (the last runner recorded), then samples the consumer until the flood ends.
+# Waits until the flooding simulator (the last runner recorded) has begun its flood, then samples the consumer
+# until the flood ends.
 measure() {
     local name=$1 consumer=$2 record=$3 flood_pid="" t0 t1 c0 c1 rss10k="" rss_end
-    for _ in $(seq 600); do
+    for _ in $(seq 1200); do
         if [ -s "$record" ]; then
             flood_pid=$(jq -r 'select(.argv != null and .program == "oxmerel-runner") | .pid' "$record" | tail -n1)
-            local count
-            count=$(jq -r 'select(.argv != null and .program == "oxmerel-runner") | .pid' "$record" | wc -l)
-            if [ "$name" = minimal ] || [ "$count" -ge 2 ]; then break; fi
+            if [ -n "$flood_pid" ] && alive "$flood_pid" && [ "$(written_bytes "$flood_pid")" -gt 16384 ]; then
+                break
+            fi
         fi
-        sleep 0.1
+        sleep 0.05
     done
-    [ -n "$flood_pid" ] || { echo "$name: no flooding runtime"; return 1; }
-    local base
-    base=$(written_bytes "$flood_pid")
-    while alive "$flood_pid" && [ "$(written_bytes "$flood_pid")" -le $((base + 4096)) ]; do sleep 0.01; done
+    alive "$flood_pid" || { echo "$name: no flooding runtime"; return 1; }
     t0=$EPOCHREALTIME
     c0=$(cpu_ticks "$consumer")
     while alive "$flood_pid"; do
-        if [ -z "$rss10k" ] && [ $(($(written_bytes "$flood_pid") - base)) -ge $((10500 * bytes_per_line)) ]; then
+        if [ -z "$rss10k" ] && [ "$(written_bytes "$flood_pid")" -ge $((10500 * bytes_per_line)) ]; then
             rss10k=$(rss_kib "$consumer")
         fi
         sleep 0.05
@@ -134,4 +132,5 @@ export OXMEREL_SIM_SCENARIO="$work/minimal.scenario"
 minimal_pid=$!
 pids=("$minimal_pid" "${pids[@]}")
 measure minimal "$minimal_pid" "$OXMEREL_SIM_RECORD"
+kill "$minimal_pid" 2>/dev/null || true
 wait "$minimal_pid" 2>/dev/null || true

@@ -161,6 +161,7 @@ void TestRobots::connectFromTheRowThenDisconnect()
 
     // Connected: white name, the connected menu, its log page on screen with the runtime's lines.
     QCOMPARE(row->nameLabel->property("connected").toBool(), true);
+    QCOMPARE(row->nameLabel->palette().color(QPalette::WindowText), QColor(0xffffff));
     QVERIFY(!row->connectAct->isEnabled() && row->disconnectAct->isEnabled() && row->clearAct->isEnabled());
     QCOMPARE(probe->shownPage(), s->page);
     QVERIFY(s->logView->isVisible());
@@ -170,6 +171,7 @@ void TestRobots::connectFromTheRowThenDisconnect()
     QVERIFY(!s->connected);
     QVERIFY(!ws->sessions.contains(QStringLiteral("r1")));
     QCOMPARE(row->nameLabel->property("connected").toBool(), false);
+    QCOMPARE(row->nameLabel->palette().color(QPalette::WindowText), QColor(0x8e9297));
     QCOMPARE(rowItem(ws, QStringLiteral("r1"))->foreground(0).color(), QColor(0xFF0000));
     QVERIFY(row->connectAct->isEnabled() && !row->disconnectAct->isEnabled());
     QTRY_VERIFY(!SimRig::alive(SimRig::pidOf(runner)));
