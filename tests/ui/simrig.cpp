@@ -2,7 +2,9 @@
 
 #include "paths.h"
 #include "qloadingbutton.h"
-#include "session.h"
+#include "recordtypes.h"
+#include "treeitem.h"
+#include "treewidget.h"
 
 #include <QApplication>
 #include <QDir>
@@ -13,12 +15,18 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
+#include <QTreeWidgetItem>
 
 #include <csignal>
 #include <unistd.h>
 
+const QString testWorkspace = QStringLiteral("acme.oxmerel.cloud");
+const QString testIdentity = QStringLiteral("ann@acme.example");
+const QString testPassword = QStringLiteral("s3cret-pw");
+
 SimRig::SimRig()
 {
+    registerRecordMetaTypes();
     const QByteArray simDir = qgetenv("OXMEREL_SIM_DIR");
     const QByteArray path = qgetenv("PATH");
     const QByteArray prefix = simDir + ':';
@@ -26,12 +34,34 @@ SimRig::SimRig()
         qputenv("PATH", prefix + path);
     recordPath = dir.filePath(QStringLiteral("record.jsonl"));
     qputenv("OXMEREL_SIM_RECORD", QFile::encodeName(recordPath));
-    qunsetenv("OXMEREL_SIM_SCENARIO");
+    useScenario(signInScenario());
 }
 
 SimRig::~SimRig()
 {
+    if (windowProbe)
+        windowProbe->exit();
+    windowProbe.reset();
+    window.reset();
+    while (QWidget* modal = QApplication::activeModalWidget())
+        delete modal;
     killLeftovers();
+    QFile::remove(credentialsYamlPath());
+    QDir(robotLocksDir()).removeRecursively();
+}
+
+ConnectDialogProbe& SimRig::open()
+{
+    window = std::make_unique<ConnectDialog>(nullptr);
+    windowProbe = std::make_unique<ConnectDialogProbe>(window.get());
+    return *windowProbe;
+}
+
+Workspace* SimRig::signIn()
+{
+    Workspace* ws = open().current();
+    typeSignIn(ws->sessions.value(QString()), testWorkspace, testIdentity, testPassword);
+    return QTest::qWaitFor([ws] { return rowItem(ws, QStringLiteral("r2")) != nullptr; }, 10000) ? ws : nullptr;
 }
 
 void SimRig::useScenario(const QString& text)
@@ -132,6 +162,28 @@ void SimRig::killLeftovers() const
         else
             ::kill(static_cast<pid_t>(pid), SIGKILL);
     }
+}
+
+QTreeWidgetItem* SimRig::rowItem(Workspace* ws, const QString& id)
+{
+    QTreeWidgetItem* root = ws->tree->topLevelItem(0);
+    for (int i = 0; i < root->childCount(); ++i) {
+        if (root->child(i)->data(0, Qt::UserRole).toString() == id)
+            return root->child(i);
+    }
+    return nullptr;
+}
+
+TreeItem* SimRig::rowOf(Workspace* ws, const QString& id)
+{
+    QTreeWidgetItem* item = rowItem(ws, id);
+    return item ? qobject_cast<TreeItem*>(ws->tree->itemWidget(item, 0)) : nullptr;
+}
+
+Session* SimRig::openRobot(Workspace* ws, const QString& id)
+{
+    ws->tree->setCurrentItem(rowItem(ws, id));
+    return ws->sessions.value(id);
 }
 
 void SimRig::typeInto(QLineEdit* field, const QString& text)
