@@ -105,6 +105,7 @@ private:
     // connectdialog_robots.cpp
     void buildRobotPage(Session* s);
     static bool isRobotLocked(const QString& robotId);
+    void releaseDroppedPages();
 
     // connectdialog_logs.cpp
     void buildLogPane(Session* s);
@@ -126,6 +127,8 @@ private:
     QWidget* shownPage = nullptr;
 
     bool messageOpen = false;
+    // Sessions dropped by a disconnect; their pages go once they are off screen.
+    QList<Session*> droppedSessions;
     // Raised by the runtime's own warnings (already connected robot), independent of messageOpen.
     bool warningOpen = false;
 };

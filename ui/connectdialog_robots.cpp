@@ -186,6 +186,30 @@ void ConnectDialog::doDisconnect(Session* s, bool exiting)
     // Quitting keeps the remembered robots, so they reconnect at the next automatic start.
     if (!exiting && s->robot && wasConnected)
         removeRobotFromCredentials(s);
+
+    droppedSessions.append(s);
+    releaseDroppedPages();
+}
+
+void ConnectDialog::releaseDroppedPages()
+{
+    // A dropped session can no longer be reached through its workspace; once its page is off screen, its handlers
+    // fall silent and the session goes with its page. The handlers themselves stay with the window.
+    for (auto it = droppedSessions.begin(); it != droppedSessions.end();) {
+        Session* s = *it;
+        if (s->page && s->page == shownPage) {
+            ++it;
+            continue;
+        }
+        for (ProcHandler* handler : { s->runner, s->agent }) {
+            if (handler)
+                handler->disconnect(this);
+        }
+        if (s->page)
+            s->page->deleteLater();
+        delete s;
+        it = droppedSessions.erase(it);
+    }
 }
 
 void ConnectDialog::doLockRobot(Session* s, bool locked)

@@ -78,6 +78,7 @@ QSpacerItem* verticalSpacer()
 
 Session* ConnectDialog::createSession(Workspace* ws, RobotInfo* robot, const QModelIndex& index)
 {
+    releaseDroppedPages();
     auto* s = new Session(ws);
     s->robot = robot ? robot : new RobotInfo(QString(), QString());
     s->index = index;
