@@ -51,6 +51,7 @@ private slots:
     void init() { rig = std::make_unique<SimRig>(); }
     void cleanup() { rig.reset(); }
     void connectFromTheRowThenDisconnect();
+    void reconnectingKeepsOnePagePerRobot();
     void robotWhoseRuntimeExitsEndsIdleAndForgotten();
     void lockingAnIdleRobotAsksNothing();
     void lockingAConnectedRobotAsksAndRestarts();
@@ -87,6 +88,21 @@ void TestRobots::connectFromTheRowThenDisconnect()
     row->disconnectAct->trigger();
     verifyIdleRow(ws, r1);
     QTRY_VERIFY(!SimRig::alive(runner));
+}
+
+void TestRobots::reconnectingKeepsOnePagePerRobot()
+{
+    Workspace* ws = rig->signIn();
+    QVERIFY(ws);
+    TreeItem* row = SimRig::rowOf(ws, r1);
+    for (int i = 0; i < 3; ++i) {
+        row->connectAct->trigger();
+        QTRY_VERIFY(isConnected(ws, r1));
+        row->disconnectAct->trigger();
+        SimRig::openRobot(ws, QStringLiteral("r2"));
+    }
+    // The sign-in page, r2's page and r1's last page; the pages of earlier connections are gone.
+    QTRY_COMPARE(rig->dialog()->findChildren<QPlainTextEdit*>().size(), 3);
 }
 
 void TestRobots::robotWhoseRuntimeExitsEndsIdleAndForgotten()
