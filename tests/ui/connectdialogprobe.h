@@ -12,8 +12,7 @@ class ConnectDialogProbe
 public:
     explicit ConnectDialogProbe(ConnectDialog* dialog)
         : d(dialog)
-    {
-    }
+    { }
 
     Workspace* current() const { return d->currentWorkspace; }
     QList<Workspace*> workspaces() const
