@@ -1,0 +1,146 @@
+#include "treeitem.h"
+
+#include "treerow.h"
+
+#include <QAction>
+#include <QHBoxLayout>
+#include <QMenu>
+#include <QPixmap>
+
+TreeItem::TreeItem(const QString& name)
+    : QLabel(nullptr)
+    , styleSheetText(treerow::rowStyleSheet)
+    , lockLabel(new QLabel())
+    , nameLabel(new QLabel())
+    , badgeLabel(new QLabel())
+    , menu(treerow::createMenu())
+{
+    buildLabels(name);
+    buildMenu();
+    setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(this, &QWidget::customContextMenuRequested, this, &TreeItem::onContextMenu);
+    setStyleSheet(styleSheetText);
+}
+
+TreeItem::~TreeItem()
+{
+    delete menu;
+    for (QAction* action : { connectAct, logsAct, clearAct, disconnectAct, lockAct })
+        delete action;
+}
+
+void TreeItem::buildLabels(const QString& name)
+{
+    const QFont font = treerow::rowFont();
+
+    lockLabel->setPixmap(
+        QPixmap(QStringLiteral(":/images/lock.png")).scaled(16, 16, Qt::IgnoreAspectRatio, Qt::FastTransformation));
+    lockLabel->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    lockLabel->setFixedWidth(16);
+    lockLabel->setToolTip(tr("Locked"));
+    lockLabel->hide();
+
+    nameLabel->setText(name);
+    nameLabel->setFont(font);
+    nameLabel->setStyleSheet(QStringLiteral(
+        "QLabel{background-color: transparent; color: #fff; text-align: left; font-size: 1em; border: 0; outline: 0;} "
+        "QLabel[connected=\"true\"]{color: #fff;} QLabel[connected=\"false\"]{color: #8e9297;}"));
+
+    badgeLabel->setText(QStringLiteral("0"));
+    badgeLabel->setFont(font);
+    badgeLabel->setStyleSheet(
+        QStringLiteral("QLabel{background-color: #ff5341; border-radius: 10px; color: #ecf2f5; max-width: 20px;} "
+                       "QToolTip{background: #2f3136; color: #ecf2f5; padding: 2px; border: 1px solid #202225;}"));
+    badgeLabel->setAlignment(Qt::AlignCenter);
+    badgeLabel->hide();
+
+    QHBoxLayout* layout = treerow::installRowLayout(this);
+    layout->addWidget(lockLabel);
+    layout->addWidget(nameLabel);
+    layout->addWidget(badgeLabel);
+}
+
+void TreeItem::buildMenu()
+{
+    connectAct = treerow::addMenuAction(menu, tr("Connect"));
+    logsAct = treerow::addMenuAction(menu, tr("Logs"));
+    clearAct = treerow::addMenuAction(menu, tr("Clear"));
+    disconnectAct = treerow::addMenuAction(menu, tr("Disconnect"));
+    lockAct = treerow::addMenuAction(menu, tr("Lock"));
+    lockAct->setCheckable(true);
+    setConnectedActions(false);
+
+    connect(connectAct, &QAction::triggered, this, &TreeItem::connectClicked);
+    connect(logsAct, &QAction::triggered, this, &TreeItem::logsClicked);
+    connect(clearAct, &QAction::triggered, this, &TreeItem::clearClicked);
+    connect(disconnectAct, &QAction::triggered, this, &TreeItem::disconnectClicked);
+    connect(lockAct, &QAction::triggered, this, &TreeItem::lockClicked);
+}
+
+// "Clear" is only offered while the robot counts as connected.
+void TreeItem::setConnectedActions(bool connected)
+{
+    connectAct->setEnabled(!connected);
+    clearAct->setEnabled(connected);
+    disconnectAct->setEnabled(connected);
+}
+
+void TreeItem::connectClicked()
+{
+    emit connectAction();
+    setConnectedActions(true);
+}
+
+void TreeItem::logsClicked()
+{
+    emit logsAction();
+}
+
+void TreeItem::clearClicked()
+{
+    emit clearAction();
+}
+
+void TreeItem::disconnectClicked()
+{
+    emit disconnectAction();
+    setConnectedActions(false);
+}
+
+void TreeItem::lockClicked()
+{
+    const bool locked = lockAct->isChecked();
+    lockAct->setText(locked ? tr("Unlock") : tr("Lock"));
+    emit lockAction(locked);
+}
+
+void TreeItem::onContextMenu(QPoint point)
+{
+    menu->exec(mapToGlobal(point));
+}
+
+void TreeItem::addUnread(int count)
+{
+    unread += count;
+    badgeLabel->setText(unread > 9 ? QStringLiteral("9+") : QString::number(unread));
+    badgeLabel->show();
+    badgeLabel->setToolTip(tr("%1 new messages").arg(unread));
+}
+
+void TreeItem::resetUnread()
+{
+    unread = 0;
+    badgeLabel->setText(QStringLiteral("0"));
+    badgeLabel->setToolTip(QString());
+    badgeLabel->hide();
+}
+
+int TreeItem::unreadCount() const
+{
+    return unread;
+}
+
+void TreeItem::setLocked(bool locked)
+{
+    lockLabel->setVisible(locked);
+}

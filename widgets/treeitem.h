@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QLabel>
+
+class QAction;
+class QMenu;
+
+// The widget of one robot row: lock icon, name and unread badge, with the menu that drives the robot. The row only
+// emits signals; its menu's enabling follows its own connect and disconnect actions.
+class TreeItem : public QLabel
+{
+    Q_OBJECT
+
+public:
+    explicit TreeItem(const QString& name);
+    ~TreeItem() override;
+
+    void addUnread(int count);
+    void resetUnread();
+    int unreadCount() const;
+    void setLocked(bool locked);
+
+    const QString styleSheetText;
+    QLabel* lockLabel;
+    QLabel* nameLabel;
+    QLabel* badgeLabel;
+    QAction* connectAct;
+    QAction* logsAct;
+    QAction* clearAct;
+    QAction* disconnectAct;
+    QAction* lockAct;
+    QMenu* menu;
+
+signals:
+    void connectAction();
+    void logsAction();
+    void clearAction();
+    void disconnectAction();
+    void lockAction(bool locked);
+
+public slots:
+    // Each emits first and changes the enabling afterwards, so receivers still see the previous state.
+    void connectClicked();
+    void logsClicked();
+    void clearClicked();
+    void disconnectClicked();
+    void lockClicked();
+
+private slots:
+    void onContextMenu(QPoint point);
+
+private:
+    void buildLabels(const QString& name);
+    void buildMenu();
+    void setConnectedActions(bool connected);
+
+    int unread = 0;
+};

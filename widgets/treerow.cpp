@@ -1,0 +1,44 @@
+#include "treerow.h"
+
+#include <QAction>
+#include <QFontDatabase>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMenu>
+
+namespace treerow {
+
+const QString rowStyleSheet
+    = QStringLiteral("QLabel{background-color: transparent; padding: 0; outline: 0; border: 0}");
+
+QFont rowFont()
+{
+    const int id = QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/Poppins-SemiBold.ttf"));
+    return QFont(QFontDatabase::applicationFontFamilies(id).value(0));
+}
+
+QHBoxLayout* installRowLayout(QLabel* row)
+{
+    auto* layout = new QHBoxLayout();
+    layout->setContentsMargins(0, 0, 0, 0);
+    row->setLayout(layout);
+    return layout;
+}
+
+QMenu* createMenu()
+{
+    auto* menu = new QMenu();
+    menu->setStyleSheet(
+        QStringLiteral("QMenu::item{padding: 4px 8px;} QMenu::item:selected{background-color: #c0cdda}"));
+    return menu;
+}
+
+QAction* addMenuAction(QMenu* menu, const QString& text)
+{
+    auto* action = new QAction(text);
+    action->setIconVisibleInMenu(false);
+    menu->addAction(action);
+    return action;
+}
+
+} // namespace treerow
