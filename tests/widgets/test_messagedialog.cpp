@@ -1,10 +1,9 @@
 #include "messagedialog.h"
 #include "qbutton.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QLabel>
 #include <QPointer>
-#include <QSignalSpy>
 #include <QTest>
 
 namespace {
@@ -34,56 +33,48 @@ class TestMessageDialog final : public QObject
     Q_OBJECT
 
 private slots:
-    void messageIsShownModalWithoutBlocking();
+    void messageShowsWithoutBlockingAndOkClearsTheFlag();
     void iconFollowsTheKind_data();
     void iconFollowsTheKind();
-    void okClosesDeletesAndClearsTheFlag();
     void confirmAnswersAndLeavesTheFlagSet_data();
     void confirmAnswersAndLeavesTheFlagSet();
-    void confirmWithoutCallbackOnlyCloses();
 
 private:
     QFont titleFont = QFont(QStringLiteral("Sans"), 14);
     QFont textFont = QFont(QStringLiteral("Serif"), 9);
 };
 
-void TestMessageDialog::messageIsShownModalWithoutBlocking()
+void TestMessageDialog::messageShowsWithoutBlockingAndOkClearsTheFlag()
 {
     bool messageOpen = false;
     QPointer<MessageDialog> dialog = MessageDialog::showMessage(
         titleFont, textFont, &messageOpen, MessageDialog::Info, QStringLiteral("Saved"), QStringLiteral("All done."));
     // Reaching this line at all shows that the call did not block.
-    QVERIFY(dialog);
     QVERIFY(messageOpen);
-    QVERIFY(dialog->isVisible());
+    QVERIFY(QTest::qWaitForWindowExposed(dialog));
     QVERIFY(dialog->isModal());
     QCOMPARE(dialog->windowFlags() & ~Qt::WindowType_Mask, Qt::FramelessWindowHint);
     QVERIFY(dialog->testAttribute(Qt::WA_TranslucentBackground));
-    QVERIFY(!dialog->parent());
-    QVERIFY(dialog->findChild<QWidget*>(QStringLiteral("dialog_widget")));
-    QVERIFY(labelTexts(dialog).contains(QStringLiteral("Saved")));
     QVERIFY(labelTexts(dialog).contains(QStringLiteral("All done.")));
-    QVERIFY(button(dialog, "okButton"));
-    QCOMPARE(button(dialog, "okButton")->text(), QStringLiteral("OK"));
     QVERIFY(!button(dialog, "yesButton"));
-
-    // The title is a band above the icon row; the fonts are the caller's.
-    QLabel* title = nullptr;
-    QLabel* text = nullptr;
-    for (QLabel* label : dialog->findChildren<QLabel*>()) {
-        if (label->text() == QStringLiteral("Saved"))
-            title = label;
-        if (label->text() == QStringLiteral("All done."))
-            text = label;
-    }
-    QVERIFY(title && text);
-    QCOMPARE(title->font().family(), titleFont.family());
-    QCOMPARE(text->font().family(), textFont.family());
+    // The title is a band above the icon row, in the caller's font.
+    auto* title = dialog->findChildren<QLabel*>().value(labelTexts(dialog).indexOf(QStringLiteral("Saved")));
     auto* icon = dialog->findChild<QLabel*>(QStringLiteral("iconLabel"));
+    QCOMPARE(title->font().family(), titleFont.family());
     QVERIFY(title->mapTo(dialog, QPoint(0, 0)).y() < icon->mapTo(dialog, QPoint(0, 0)).y());
-    QVERIFY(icon->mapTo(dialog, QPoint(0, 0)).x() < text->mapTo(dialog, QPoint(0, 0)).x());
-    QVERIFY(text->mapTo(dialog, QPoint(0, 0)).y() < button(dialog, "okButton")->mapTo(dialog, QPoint(0, 0)).y());
-    delete dialog;
+
+    QCOMPARE(button(dialog, "okButton")->text(), QStringLiteral("OK"));
+    QTest::mouseClick(button(dialog, "okButton"), Qt::LeftButton);
+    QVERIFY(!messageOpen);
+    QVERIFY(!dialog->isVisible());
+    processDeferredDeletes();
+    QVERIFY(dialog.isNull());
+
+    // A dialog without a flag owner works as well.
+    dialog = MessageDialog::showMessage(titleFont, textFont, nullptr, 0, QStringLiteral("Free"), QString());
+    QTest::mouseClick(button(dialog, "okButton"), Qt::LeftButton);
+    processDeferredDeletes();
+    QVERIFY(dialog.isNull());
 }
 
 void TestMessageDialog::iconFollowsTheKind_data()
@@ -94,7 +85,6 @@ void TestMessageDialog::iconFollowsTheKind_data()
     QTest::newRow("info") << int(MessageDialog::Info) << QSize(32, 32);
     QTest::newRow("warning") << int(MessageDialog::Warning) << QSize(37, 32);
     QTest::newRow("unknown kind") << 3 << QSize();
-    QTest::newRow("negative kind") << -1 << QSize();
 }
 
 void TestMessageDialog::iconFollowsTheKind()
@@ -109,32 +99,11 @@ void TestMessageDialog::iconFollowsTheKind()
     QCOMPARE(icon->pixmap().isNull(), iconSize.isEmpty());
     if (!iconSize.isEmpty())
         QCOMPARE(icon->pixmap().size(), iconSize);
-    QVERIFY(messageOpen);
-}
 
-void TestMessageDialog::okClosesDeletesAndClearsTheFlag()
-{
-    bool messageOpen = false;
-    QPointer<MessageDialog> first = MessageDialog::showMessage(
-        titleFont, textFont, &messageOpen, MessageDialog::Error, QStringLiteral("Failed"), QStringLiteral("No."));
-    QVERIFY(QTest::qWaitForWindowExposed(first));
-    QTest::mouseClick(button(first, "okButton"), Qt::LeftButton);
-    QVERIFY(!messageOpen);
-    QVERIFY(!first->isVisible());
-    processDeferredDeletes();
-    QVERIFY(first.isNull());
-
-    // Another message can follow, and a dialog without a flag owner works as well.
-    QPointer<MessageDialog> second = MessageDialog::showMessage(
-        titleFont, textFont, &messageOpen, MessageDialog::Warning, QStringLiteral("Again"), QString());
+    // Without a callback "Yes" only closes.
+    QTest::mouseClick(button(dialog.get(), "yesButton"), Qt::LeftButton);
+    QVERIFY(!dialog->isVisible());
     QVERIFY(messageOpen);
-    QPointer<MessageDialog> unowned = MessageDialog::showMessage(
-        titleFont, textFont, nullptr, MessageDialog::Info, QStringLiteral("Free"), QString());
-    QTest::mouseClick(button(unowned, "okButton"), Qt::LeftButton);
-    QTest::mouseClick(button(second, "okButton"), Qt::LeftButton);
-    processDeferredDeletes();
-    QVERIFY(second.isNull() && unowned.isNull());
-    QVERIFY(!messageOpen);
 }
 
 void TestMessageDialog::confirmAnswersAndLeavesTheFlagSet_data()
@@ -172,16 +141,6 @@ void TestMessageDialog::confirmAnswersAndLeavesTheFlagSet()
     processDeferredDeletes();
     QVERIFY(!dialog.isNull());
     delete dialog;
-}
-
-void TestMessageDialog::confirmWithoutCallbackOnlyCloses()
-{
-    bool messageOpen = false;
-    std::unique_ptr<MessageDialog> dialog(MessageDialog::showConfirm(
-        titleFont, textFont, &messageOpen, MessageDialog::Info, QStringLiteral("Sure?"), QString(), nullptr));
-    QTest::mouseClick(button(dialog.get(), "yesButton"), Qt::LeftButton);
-    QVERIFY(!dialog->isVisible());
-    QVERIFY(messageOpen);
 }
 
 QTEST_MAIN(TestMessageDialog)

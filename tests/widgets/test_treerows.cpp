@@ -68,127 +68,80 @@ class TestTreeRows final : public QObject
     Q_OBJECT
 
 private slots:
-    void robotRowStartsIdle();
-    void connectAndDisconnectSwitchTheMenu();
-    void signalsPrecedeTheEnablingChange();
-    void contextMenuOffersTheRowsActions();
-    void lockTogglesTextAndState();
+    void menuFollowsConnectAndDisconnect();
+    void lockTogglesTextAndSignal();
     void badgeCapsItsTextButNotItsToolTip();
     void connectedPropertyColoursTheName();
     void headerMenuConnectsAndDisconnectsAll();
 };
 
-void TestTreeRows::robotRowStartsIdle()
+void TestTreeRows::menuFollowsConnectAndDisconnect()
 {
-    TreeItem row(QString {});
+    TreeItem row(QStringLiteral("Invoices"));
     QCOMPARE(actionTexts(row.menu),
         QStringList({ QStringLiteral("Connect"), QStringLiteral("Logs"), QStringLiteral("Clear"),
             QStringLiteral("Disconnect"), QStringLiteral("Lock") }));
-    QCOMPARE(enabledStates(row.menu), QList<bool>({ true, true, false, false, true }));
-    QVERIFY(row.lockAct->isCheckable());
-    QVERIFY(!row.lockAct->isChecked());
-    QVERIFY(row.nameLabel->text().isEmpty());
-    QCOMPARE(row.unreadCount(), 0);
-
-    row.resize(200, 24);
-    row.show();
-    QVERIFY(!row.lockLabel->isVisible());
-    QVERIFY(!row.badgeLabel->isVisible());
-    row.setLocked(true);
-    row.addUnread(1);
-    QVERIFY(row.lockLabel->isVisible());
-    QVERIFY(row.badgeLabel->isVisible());
-    QCOMPARE(row.lockLabel->width(), 16);
-    QCOMPARE(row.lockLabel->pixmap().size(), QSize(16, 16));
-    QVERIFY(row.lockLabel->x() < row.nameLabel->x() && row.nameLabel->x() < row.badgeLabel->x());
-    row.setLocked(false);
-    QVERIFY(!row.lockLabel->isVisible());
-    QVERIFY(!row.lockAct->isChecked());
-}
-
-void TestTreeRows::connectAndDisconnectSwitchTheMenu()
-{
-    TreeItem row(QStringLiteral("Invoices"));
-    QSignalSpy connects(&row, &TreeItem::connectAction);
-    QSignalSpy disconnects(&row, &TreeItem::disconnectAction);
-    QSignalSpy logs(&row, &TreeItem::logsAction);
-    QSignalSpy clears(&row, &TreeItem::clearAction);
-
-    row.connectAct->activate(QAction::Trigger);
-    QCOMPARE(connects.count(), 1);
-    QCOMPARE(enabledStates(row.menu), QList<bool>({ false, true, true, true, true }));
-    row.clearAct->activate(QAction::Trigger);
-    row.logsAct->activate(QAction::Trigger);
-    QCOMPARE(clears.count(), 1);
-    QCOMPARE(logs.count(), 1);
-    QCOMPARE(enabledStates(row.menu), QList<bool>({ false, true, true, true, true }));
-
-    row.disconnectAct->activate(QAction::Trigger);
-    QCOMPARE(disconnects.count(), 1);
-    QCOMPARE(enabledStates(row.menu), QList<bool>({ true, true, false, false, true }));
-    // A disabled entry does nothing when triggered.
-    row.clearAct->activate(QAction::Trigger);
-    QCOMPARE(clears.count(), 1);
-}
-
-void TestTreeRows::signalsPrecedeTheEnablingChange()
-{
-    TreeItem row(QStringLiteral("Invoices"));
-    QList<bool> seen;
-    connect(&row, &TreeItem::connectAction, &row, [&] { seen << row.connectAct->isEnabled(); });
-    connect(&row, &TreeItem::disconnectAction, &row, [&] { seen << row.disconnectAct->isEnabled(); });
-    row.connectAct->activate(QAction::Trigger);
-    row.disconnectAct->activate(QAction::Trigger);
-    QCOMPARE(seen, QList<bool>({ true, true }));
-}
-
-void TestTreeRows::contextMenuOffersTheRowsActions()
-{
-    TreeItem row(QStringLiteral("Invoices"));
     row.resize(200, 24);
     row.show();
     QVERIFY(QTest::qWaitForWindowExposed(&row));
-    QSignalSpy connects(&row, &TreeItem::connectAction);
     QSignalSpy logs(&row, &TreeItem::logsAction);
+    QSignalSpy clears(&row, &TreeItem::clearAction);
+    // Receivers still see the previous enabling while the signal is delivered.
+    QList<bool> seen;
+    connect(&row, &TreeItem::connectAction, &row, [&] { seen << row.connectAct->isEnabled(); });
+    connect(&row, &TreeItem::disconnectAction, &row, [&] { seen << row.disconnectAct->isEnabled(); });
 
-    withContextMenu(&row, [](QMenu* menu) { pick(menu, QStringLiteral("Connect")); });
-    QCOMPARE(connects.count(), 1);
+    withContextMenu(&row, [](QMenu* menu) {
+        QCOMPARE(enabledStates(menu), QList<bool>({ true, true, false, false, true }));
+        pick(menu, QStringLiteral("Connect"));
+    });
     withContextMenu(&row, [](QMenu* menu) {
         QCOMPARE(enabledStates(menu), QList<bool>({ false, true, true, true, true }));
         pick(menu, QStringLiteral("Logs"));
     });
     QCOMPARE(logs.count(), 1);
-    QCOMPARE(connects.count(), 1);
+    row.clearAct->activate(QAction::Trigger);
+    QCOMPARE(clears.count(), 1);
+
+    row.disconnectAct->activate(QAction::Trigger);
+    QCOMPARE(enabledStates(row.menu), QList<bool>({ true, true, false, false, true }));
+    QCOMPARE(seen, QList<bool>({ true, true }));
+    // A disabled entry does nothing when triggered.
+    row.clearAct->activate(QAction::Trigger);
+    QCOMPARE(clears.count(), 1);
 }
 
-void TestTreeRows::lockTogglesTextAndState()
+void TestTreeRows::lockTogglesTextAndSignal()
 {
     TreeItem row(QStringLiteral("Invoices"));
     QSignalSpy locks(&row, &TreeItem::lockAction);
     row.lockAct->activate(QAction::Trigger);
     QCOMPARE(row.lockAct->text(), QStringLiteral("Unlock"));
-    QVERIFY(row.lockAct->isChecked());
     row.lockAct->activate(QAction::Trigger);
     QCOMPARE(row.lockAct->text(), QStringLiteral("Lock"));
     QCOMPARE(locks.count(), 2);
     QCOMPARE(locks.at(0).at(0).toBool(), true);
     QCOMPARE(locks.at(1).at(0).toBool(), false);
-    // The icon is the caller's business.
+
+    // The icon is the caller's business, apart from the action.
     QVERIFY(row.lockLabel->isHidden());
+    row.setLocked(true);
+    QVERIFY(!row.lockLabel->isHidden());
+    QVERIFY(!row.lockAct->isChecked());
+    QCOMPARE(row.lockLabel->pixmap().size(), QSize(16, 16));
 }
 
 void TestTreeRows::badgeCapsItsTextButNotItsToolTip()
 {
-    TreeItem row(QStringLiteral("Invoices"));
+    TreeItem row(QString {});
+    QVERIFY(row.badgeLabel->isHidden());
     row.addUnread(0);
     QVERIFY(!row.badgeLabel->isHidden());
-    QCOMPARE(row.badgeLabel->text(), QStringLiteral("0"));
     QCOMPARE(row.badgeLabel->toolTip(), QStringLiteral("0 new messages"));
 
     for (int i = 0; i < 9; ++i)
         row.addUnread(1);
     QCOMPARE(row.badgeLabel->text(), QStringLiteral("9"));
-    QCOMPARE(row.badgeLabel->toolTip(), QStringLiteral("9 new messages"));
     row.addUnread(1);
     QCOMPARE(row.badgeLabel->text(), QStringLiteral("9+"));
     QCOMPARE(row.badgeLabel->toolTip(), QStringLiteral("10 new messages"));
@@ -198,11 +151,15 @@ void TestTreeRows::badgeCapsItsTextButNotItsToolTip()
 
     row.resetUnread();
     QVERIFY(row.badgeLabel->isHidden());
-    QCOMPARE(row.badgeLabel->text(), QStringLiteral("0"));
     QVERIFY(row.badgeLabel->toolTip().isEmpty());
     row.addUnread(1);
     QCOMPARE(row.badgeLabel->text(), QStringLiteral("1"));
-    QCOMPARE(row.unreadCount(), 1);
+
+    // An empty name keeps the lock and badge in their places.
+    row.setLocked(true);
+    row.resize(200, 24);
+    row.show();
+    QVERIFY(row.lockLabel->x() < row.nameLabel->x() && row.nameLabel->x() < row.badgeLabel->x());
 }
 
 void TestTreeRows::connectedPropertyColoursTheName()
@@ -222,21 +179,18 @@ void TestTreeRows::connectedPropertyColoursTheName()
 void TestTreeRows::headerMenuConnectsAndDisconnectsAll()
 {
     TreeHeader header(QStringLiteral("ROBOTS"));
-    QCOMPARE(header.textLabel->text(), QStringLiteral("ROBOTS"));
-    QCOMPARE(
-        actionTexts(header.menu), QStringList({ QStringLiteral("Connect All"), QStringLiteral("Disconnect All") }));
     header.resize(200, 24);
     header.show();
     QVERIFY(QTest::qWaitForWindowExposed(&header));
-
     QList<int> order;
     connect(&header, &TreeHeader::connectAction, &header, [&] { order << 1; });
     connect(&header, &TreeHeader::disconnectAction, &header, [&] { order << 2; });
-    withContextMenu(&header, [](QMenu* menu) { pick(menu, QStringLiteral("Disconnect All")); });
+    withContextMenu(&header, [](QMenu* menu) {
+        QCOMPARE(actionTexts(menu), QStringList({ QStringLiteral("Connect All"), QStringLiteral("Disconnect All") }));
+        pick(menu, QStringLiteral("Disconnect All"));
+    });
     withContextMenu(&header, [](QMenu* menu) { pick(menu, QStringLiteral("Connect All")); });
     QCOMPARE(order, QList<int>({ 2, 1 }));
-    // Both stay available: the header has no state of its own.
-    QCOMPARE(enabledStates(header.menu), QList<bool>({ true, true }));
 }
 
 QTEST_MAIN(TestTreeRows)
