@@ -14,6 +14,7 @@
 #include <QLayout>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QScrollBar>
 #include <QTextCursor>
 #include <QTextDocument>
 #include <QToolButton>
@@ -30,6 +31,14 @@ constexpr int maxLogLines = 8192;
 
 const QString logViewStyle = QStringLiteral("font-size: 1.1em; background-color: #36393f; color: #fff; margin: 0px; "
                                             "padding: 8px; selection-background-color: #c0cdda; border: 0; ");
+// Set on the scroll bars themselves, so that the view keeps its own sheet as it is.
+const QString scrollBarStyle
+    = QStringLiteral("QScrollBar:vertical{background: #2f3136; width: 10px; margin: 0; padding: 0; border: 0;} "
+                     "QScrollBar:horizontal{background: #2f3136; height: 10px; margin: 0; padding: 0; border: 0;} "
+                     "QScrollBar::handle:vertical{background: #4f545c; min-height: 24px; border-radius: 4px;} "
+                     "QScrollBar::handle:horizontal{background: #4f545c; min-width: 24px; border-radius: 4px;} "
+                     "QScrollBar::add-line, QScrollBar::sub-line{width: 0; height: 0; border: 0; background: none;} "
+                     "QScrollBar::add-page, QScrollBar::sub-page{background: none;}");
 const QString searchStyle = QStringLiteral(
     "QLineEdit{color: #fff; background-color: #40444b; padding: 4px; border: 0; font-size: 1em; min-width: 120px; "
     "max-width: 180px;} QLineEdit[text=\"\"]{color: #c0cdda}");
@@ -65,6 +74,8 @@ void ConnectDialog::buildLogPane(Session* s)
     s->logView->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     s->logView->setStyleSheet(logViewStyle);
     s->logView->setMaximumBlockCount(maxLogLines);
+    s->logView->verticalScrollBar()->setStyleSheet(scrollBarStyle);
+    s->logView->horizontalScrollBar()->setStyleSheet(scrollBarStyle);
     s->logQueue = new LogAppender(s->logView);
 
     auto* icon = new QLabel;
