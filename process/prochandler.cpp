@@ -1,0 +1,162 @@
+#include "prochandler.h"
+
+#include "runtimemessage.h"
+#include "runtimeprompts.h"
+
+#include <QDebug>
+
+ProcHandler::ProcHandler(QObject* parent, int handlerMode)
+    : QObject(parent)
+    , mode(handlerMode)
+    , process(new QProcess(this))
+    , robot(nullptr)
+{
+    connect(process, SIGNAL(readyReadStandardOutput()), this, SLOT(onStdoutAvailable()));
+    connect(process, SIGNAL(readyReadStandardError()), this, SLOT(onReadyReadStandardError()));
+    connect(process, SIGNAL(finished(int, QProcess::ExitStatus)), this, SLOT(onFinished(int, QProcess::ExitStatus)));
+    connect(process, SIGNAL(started()), this, SLOT(onStarted()));
+    connect(process, SIGNAL(stateChanged(QProcess::ProcessState)), this, SLOT(onStateChanged(QProcess::ProcessState)));
+    connect(
+        process, SIGNAL(errorOccurred(QProcess::ProcessError)), this, SLOT(onErrorOccurred(QProcess::ProcessError)));
+}
+
+void ProcHandler::start(const QString& program, const QStringList& arguments)
+{
+    // A replacement process deliberately gets none of the constructor's connections.
+    if (!process)
+        process = new QProcess(this);
+    treeKill.prepare(process);
+    process->start(program, arguments, QIODevice::ReadWrite);
+    treeKill.started(process);
+}
+
+void ProcHandler::stop()
+{
+    treeKill.kill(process, false);
+}
+
+void ProcHandler::setPassword(const QString& value)
+{
+    password = value;
+}
+
+void ProcHandler::setRobotId(const QString& value)
+{
+    robotId = value;
+}
+
+void ProcHandler::onStdoutAvailable()
+{
+    // Lines left in the buffer when reading stops wait for the child's next output, deliberately.
+    while (process->canReadLine()) {
+        if (!handleLine(process->readLine(0)))
+            return;
+    }
+}
+
+void ProcHandler::onFinished(int exitCode, QProcess::ExitStatus exitStatus)
+{
+    emit onExit(exitCode, exitStatus);
+}
+
+void ProcHandler::onStarted() { }
+
+void ProcHandler::onReadyReadStandardError()
+{
+    qDebug().noquote() << "Error:" << QString::fromLocal8Bit(process->readAllStandardError());
+}
+
+void ProcHandler::onErrorOccurred(QProcess::ProcessError) { }
+
+void ProcHandler::onStateChanged(QProcess::ProcessState newState)
+{
+    if (newState == QProcess::NotRunning)
+        treeKill.kill(process, true);
+}
+
+void ProcHandler::SetParameters(QStringList values)
+{
+    params = values;
+}
+
+bool ProcHandler::handleLine(const QByteArray& line)
+{
+    using Status = RuntimeMessage::Status;
+    const RuntimeMessage message = RuntimeMessage::parse(line);
+    if (message.empty)
+        return true;
+    if (message.isLogRecord())
+        emit receivedLog(message.time, message.level, message.msg);
+
+    switch (message.status) {
+    case Status::Connected:
+        emit robotConnected(robot);
+        return true;
+    case Status::Connecting:
+        if (message.level == QLatin1String("error")) {
+            emit authFailed();
+            return false;
+        }
+        return true;
+    case Status::AlreadyConnected:
+        RuntimePrompts::showWarning(tr("Robot Connection"),
+            tr("The robot you're attempting to connect is already connected. Please disconnect it first, or use the "
+               "Admin Console's 'Robots' screen to remotely force a disconnection before trying again."));
+        return true;
+    case Status::WaitingInput:
+        answerPrompt(message.msg);
+        return true;
+    case Status::LoggedIn:
+        emit loggedIn(message.workspace());
+        return true;
+    case Status::WaitingSelection:
+        return !selectRobot(message);
+    case Status::Started:
+    case Status::Stopped:
+    case Status::Other:
+        return true;
+    }
+    return true;
+}
+
+void ProcHandler::answerPrompt(const QString& prompt)
+{
+    QString answer;
+    bool confirmed = true;
+    if (prompt == QLatin1String("Password"))
+        answer = password;
+    else
+        confirmed = RuntimePrompts::askInput(prompt, &answer);
+    if (confirmed && !answer.isEmpty())
+        writeLine(answer);
+}
+
+bool ProcHandler::selectRobot(const RuntimeMessage& message)
+{
+    const QList<RobotInfo*> robots = message.listedRobots();
+    RobotInfo* chosen = nullptr;
+    if (!robotId.isEmpty()) {
+        // With repeated ids the last one listed is the one chosen.
+        for (RobotInfo* listed : robots) {
+            if (listed->id == robotId)
+                chosen = listed;
+        }
+    }
+    if (!chosen) {
+        emit robotsListed(robots);
+        return false;
+    }
+    // Only the chosen robot goes out; the others would belong to no one.
+    for (RobotInfo* listed : robots) {
+        if (listed != chosen)
+            delete listed;
+    }
+    writeLine(robotId);
+    emit robotSelected(chosen);
+    return true;
+}
+
+void ProcHandler::writeLine(const QString& text)
+{
+    process->write((text + QLatin1Char('\n')).toLocal8Bit());
+}

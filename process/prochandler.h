@@ -1,0 +1,64 @@
+#pragma once
+
+#include "robotinfo.h"
+#include "treekill.h"
+
+#include <QList>
+#include <QObject>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+
+struct RuntimeMessage;
+
+// One robot runtime child: starts it, answers its prompts on stdin, turns its JSON lines into signals and kills it
+// with everything it started.
+class ProcHandler : public QObject
+{
+    Q_OBJECT
+
+public:
+    ProcHandler(QObject* parent, int mode);
+
+    void start(const QString& program, const QStringList& arguments);
+    void stop();
+    void setPassword(const QString& value);
+    void setRobotId(const QString& value);
+
+    // 2 for a runner handler, 1 for an agent handler; the handler itself does not look at it.
+    int mode;
+    QProcess* process;
+    QStringList params;
+    QString password;
+    QString robotId;
+    // Carried by robotConnected; never assigned, so always null.
+    RobotInfo* robot;
+
+signals:
+    void receivedLog(QString time, QString level, QString msg);
+    void loggedIn(QString wsName);
+    void robotsListed(QList<RobotInfo*> robots);
+    void robotSelected(RobotInfo* robot);
+    void robotConnected(RobotInfo* robot);
+    void authFailed();
+    void onExit(int exitCode, QProcess::ExitStatus exitStatus);
+
+private slots:
+    void onStdoutAvailable();
+    void onFinished(int exitCode, QProcess::ExitStatus exitStatus);
+    void onStarted();
+    void onReadyReadStandardError();
+    void onErrorOccurred(QProcess::ProcessError error);
+    void onStateChanged(QProcess::ProcessState newState);
+    void SetParameters(QStringList params);
+
+private:
+    // False when reading has to stop after this line.
+    bool handleLine(const QByteArray& line);
+    void answerPrompt(const QString& prompt);
+    // True when the robot chosen in advance answered the listing.
+    bool selectRobot(const RuntimeMessage& message);
+    void writeLine(const QString& text);
+
+    TreeKill treeKill;
+};
