@@ -112,7 +112,10 @@ void saveCredentials(YAML::Node root)
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
         return;
-    file.write(text.data(), static_cast<qint64>(text.size()));
+    // A short write (a full disk stops it half-way without an error) must not be committed.
+    const qint64 size = static_cast<qint64>(text.size());
+    if (file.write(text.data(), size) != size || !file.flush())
+        return;
     file.commit();
 }
 
@@ -120,7 +123,8 @@ void removeCredentialsEntry(const QString& workspaceKey)
 {
     YAML::Node root = loadCredentials();
     const YAML::Node& document = root;
-    if (document["credentials"].IsMap())
+    const YAML::Node entries = document["credentials"];
+    if (entries.IsDefined() && entries.IsMap())
         root["credentials"].remove(workspaceKey);
     saveCredentials(root);
 }
