@@ -49,9 +49,27 @@ void ProcHandler::onStdoutAvailable()
 {
     // Lines left in the buffer when reading stops wait for the child's next output, deliberately.
     while (process->canReadLine()) {
-        if (!handleLine(process->readLine(0)))
+        if (!handleLine(readWholeLine()))
             return;
     }
+}
+
+QByteArray ProcHandler::readWholeLine()
+{
+    // Same as readLine(0), which allocates a whole read chunk per line: this reuses one buffer instead and hands out
+    // a view on it that lives until the next line is read.
+    qsizetype length = 0;
+    for (;;) {
+        if (lineBuffer.size() - length < 2)
+            lineBuffer.resize(qMax<qsizetype>(4096, lineBuffer.size() * 2));
+        const qint64 n = process->readLine(lineBuffer.data() + length, lineBuffer.size() - length);
+        if (n <= 0)
+            break;
+        length += n;
+        if (lineBuffer.at(length - 1) == '\n')
+            break;
+    }
+    return QByteArray::fromRawData(lineBuffer.constData(), length);
 }
 
 void ProcHandler::onFinished(int exitCode, QProcess::ExitStatus exitStatus)

@@ -35,8 +35,9 @@ public:
     RobotInfo* robot;
 
 signals:
-    void receivedLog(QString time, QString level, QString msg);
-    void loggedIn(QString wsName);
+    // Texts by reference: the same normalized signature, without copies per line.
+    void receivedLog(const QString& time, const QString& level, const QString& msg);
+    void loggedIn(const QString& wsName);
     void robotsListed(QList<RobotInfo*> robots);
     void robotSelected(RobotInfo* robot);
     void robotConnected(RobotInfo* robot);
@@ -53,6 +54,7 @@ private slots:
     void SetParameters(QStringList params);
 
 private:
+    QByteArray readWholeLine();
     // False when reading has to stop after this line.
     bool handleLine(const QByteArray& line);
     void answerPrompt(const QString& prompt);
@@ -61,4 +63,5 @@ private:
     void writeLine(const QString& text);
 
     TreeKill treeKill;
+    QByteArray lineBuffer;
 };

@@ -8,14 +8,24 @@
 
 namespace {
 
+constexpr QLatin1String statusKey("status");
+constexpr QLatin1String levelKey("level");
+constexpr QLatin1String msgKey("msg");
+constexpr QLatin1String timeKey("time");
+
+// Reads through the iterator's reference, which spares building a QJsonValue per key.
 QString text(const QJsonObject& object, QLatin1String key)
 {
-    return object.value(key).toString();
+    const QJsonObject::const_iterator it = object.constFind(key);
+    return it == object.constEnd() ? QString() : (*it).toString();
 }
 
 RuntimeMessage::Status statusFromText(const QString& status)
 {
     using Status = RuntimeMessage::Status;
+    // Plain log records, by far the most frequent lines, carry no status.
+    if (status.isEmpty())
+        return Status::Other;
     static const struct {
         QLatin1String text;
         Status status;
@@ -42,17 +52,22 @@ bool localEncodingIsUtf8()
     return utf8;
 }
 
-// The parser wants UTF-8; decoding from the local encoding and back is skipped when it would give the same bytes.
-QByteArray jsonBytes(const QByteArray& line)
+// The parser wants UTF-8 while lines come in the local encoding. Where that is UTF-8 the round trip through QString
+// gives back the same bytes, except that invalid sequences become replacement characters; the parser refuses
+// invalid UTF-8, so only a line it refuses needs the round trip.
+QJsonDocument parseLocalText(const QByteArray& line)
 {
-    if (localEncodingIsUtf8() && line.isValidUtf8())
-        return line;
-    return QString::fromLocal8Bit(line).toUtf8();
+    if (localEncodingIsUtf8()) {
+        QJsonDocument document = QJsonDocument::fromJson(line);
+        if (!document.isNull() || line.isValidUtf8())
+            return document;
+    }
+    return QJsonDocument::fromJson(QString::fromLocal8Bit(line).toUtf8());
 }
 
 QJsonObject parseObject(const QByteArray& line)
 {
-    const QJsonDocument document = QJsonDocument::fromJson(jsonBytes(line));
+    const QJsonDocument document = parseLocalText(line);
     if (document.isObject())
         return document.object();
     if (!document.isNull())
@@ -64,15 +79,14 @@ QJsonObject parseObject(const QByteArray& line)
 
 RuntimeMessage RuntimeMessage::parse(const QByteArray& line)
 {
-    RuntimeMessage message;
-    message.object = parseObject(line);
-    if (message.object.isEmpty())
-        return message;
-    message.empty = false;
-    message.level = text(message.object, QLatin1String("level"));
-    message.msg = text(message.object, QLatin1String("msg"));
-    message.time = text(message.object, QLatin1String("time"));
-    message.status = statusFromText(text(message.object, QLatin1String("status")));
+    QJsonObject object = parseObject(line);
+    if (object.isEmpty())
+        return RuntimeMessage();
+    RuntimeMessage message { false, statusFromText(text(object, statusKey)), text(object, levelKey),
+        text(object, msgKey), text(object, timeKey), QJsonObject() };
+    // Only sign-in reports and listings are read further; log records drop the document at once.
+    if (message.status == Status::LoggedIn || message.status == Status::WaitingSelection)
+        message.object = std::move(object);
     return message;
 }
 

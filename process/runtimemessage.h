@@ -37,5 +37,6 @@ struct RuntimeMessage {
     QString level;
     QString msg;
     QString time;
+    // Kept for logged_in and waiting_selection only.
     QJsonObject object;
 };
