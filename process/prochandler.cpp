@@ -20,6 +20,12 @@ ProcHandler::ProcHandler(QObject* parent, int handlerMode)
         process, SIGNAL(errorOccurred(QProcess::ProcessError)), this, SLOT(onErrorOccurred(QProcess::ProcessError)));
 }
 
+ProcHandler::~ProcHandler()
+{
+    if (process && process->state() != QProcess::NotRunning)
+        treeKill.kill(process, true);
+}
+
 void ProcHandler::start(const QString& program, const QStringList& arguments)
 {
     // A replacement process deliberately gets none of the constructor's connections.

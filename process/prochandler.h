@@ -19,6 +19,8 @@ class ProcHandler : public QObject
 
 public:
     ProcHandler(QObject* parent, int mode);
+    // A running child goes with its handler, as QProcess would have it, and takes its own children along.
+    ~ProcHandler() override;
 
     void start(const QString& program, const QStringList& arguments);
     void stop();

@@ -33,6 +33,7 @@ private slots:
     void alreadyConnectedWarnsAndReadsOn();
     void stopEndsTheWholeTreeAndNothingElse();
     void childThatExitsLeavesNoGrandchild();
+    void destroyedHandlerLeavesNoGrandchild();
     void missingProgramEmitsNothing();
 
 private:
@@ -367,6 +368,16 @@ void TestProcHandler::childThatExitsLeavesNoGrandchild()
     QTRY_VERIFY(events.contains(QStringLiteral("exit 0 normal")));
     const qint64 grandchild = recorded("child");
     QVERIFY(grandchild > 1);
+    QTRY_VERIFY(!alive(grandchild));
+}
+
+void TestProcHandler::destroyedHandlerLeavesNoGrandchild()
+{
+    run("spawn-child\nprint {\"msg\":\"ready\"}\nhang\n");
+    QTRY_VERIFY(events.contains(QStringLiteral("log ||ready")));
+    const qint64 grandchild = recorded("child");
+    QVERIFY(grandchild > 1 && alive(grandchild));
+    handler.reset();
     QTRY_VERIFY(!alive(grandchild));
 }
 
