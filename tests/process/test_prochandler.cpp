@@ -203,7 +203,8 @@ void TestProcHandler::badLinesAreDroppedWhateverTheChunks()
     QTest::ignoreMessage(QtDebugMsg, "Document is not an object");
     // One write holding several lines, then a line split across writes inside a UTF-8 character, then listings
     // without usable items.
-    run("printraw not json at all\\x0a[1,2]\\x0a{}\\x0a\\x0a{\"msg\":\"only msg\"}\\x0a{\"msg\":\"caf\\xc3\n"
+    run("printraw not json at all\\x0a[1,2]\\x0a{}\\x0a\\x0a{\"msg\":\"a\"}{\"msg\":\"b\"}\\x0a{\"msg\":\"only "
+        "msg\"}\\x0a{\"msg\":\"caf\\xc3\n"
         "sleep 150\n"
         "printraw \\xa9\"}\\x0a{\"msg\":\"tail\n"
         "sleep 150\n"
