@@ -32,7 +32,7 @@ void StatusDialog::handleLog(QString time, QString level, QString message)
     ui->logs->append(time + QLatin1Char(' ') + level.toUpper() + QLatin1Char(' ') + message);
 }
 
-void StatusDialog::handleStatusChange(Status status)
+void StatusDialog::handleStatusChange(StatusDialog::Status status)
 {
     switch (status) {
     case Connecting:

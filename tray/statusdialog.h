@@ -39,7 +39,8 @@ signals:
 
 public slots:
     void handleLog(QString time, QString level, QString message);
-    void handleStatusChange(Status status);
+    // Qualified, so that callers outside the class find the slot by its meta-object signature.
+    void handleStatusChange(StatusDialog::Status status);
     void handleNameChange(QString name);
     void handleOpenLogs();
     void handleDisconnect();
