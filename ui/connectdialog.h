@@ -106,10 +106,12 @@ private:
     void buildRobotPage(Session* s);
     static bool isRobotLocked(const QString& robotId);
     void releaseDroppedPages();
+    void detachSession(Session* s);
 
     // connectdialog_logs.cpp
     void buildLogPane(Session* s);
     void searchLog(Session* s);
+    static void openLogFolder(const QString& workspaceName, const QString& robotName);
 
     friend class ConnectDialogProbe; // tests
 

@@ -89,19 +89,18 @@ void ConnectDialog::removeWorkspace(Workspace* ws, bool removeCredentials)
     if (shownTree == ws->tree) {
         shownTree = nullptr;
     }
+    // The runtime processes are left running, but nothing of theirs may reach the records deleted below, including
+    // robots of this workspace that were disconnected while their page stayed on screen.
     for (Session* s : std::as_const(ws->sessions)) {
-        // The runtime processes are left running, but nothing of theirs may reach the records deleted below.
-        for (ProcHandler* handler : { s->runner, s->agent }) {
-            if (handler) {
-                handler->disconnect(this);
-            }
-        }
-        if (s->page) {
-            if (shownPage == s->page) {
-                shownPage = nullptr;
-            }
-            s->page->hide();
-            s->page->deleteLater();
+        detachSession(s);
+    }
+    for (auto it = droppedSessions.begin(); it != droppedSessions.end();) {
+        if ((*it)->workspace == ws) {
+            detachSession(*it);
+            delete *it;
+            it = droppedSessions.erase(it);
+        } else {
+            ++it;
         }
     }
     delete ws;

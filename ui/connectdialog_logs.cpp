@@ -182,6 +182,10 @@ void ConnectDialog::doOpenLogs(Session* s)
 {
     if (!s)
         return;
-    const QString folder = logsRoot() + QStringLiteral("/%1/%2").arg(s->workspace->name, s->robot->name);
-    QDesktopServices::openUrl(QUrl::fromLocalFile(folder));
+    openLogFolder(s->workspace->name, s->robot->name);
+}
+
+void ConnectDialog::openLogFolder(const QString& workspaceName, const QString& robotName)
+{
+    QDesktopServices::openUrl(QUrl::fromLocalFile(logsRoot() + QStringLiteral("/%1/%2").arg(workspaceName, robotName)));
 }

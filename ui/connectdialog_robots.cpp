@@ -193,22 +193,33 @@ void ConnectDialog::doDisconnect(Session* s, bool exiting)
 
 void ConnectDialog::releaseDroppedPages()
 {
-    // A dropped session can no longer be reached through its workspace; once its page is off screen, its handlers
-    // fall silent and the session goes with its page. The handlers themselves stay with the window.
+    // A dropped session can no longer be reached through its workspace; once its page is off screen, the session
+    // goes with its page.
     for (auto it = droppedSessions.begin(); it != droppedSessions.end();) {
         Session* s = *it;
         if (s->page && s->page == shownPage) {
             ++it;
             continue;
         }
-        for (ProcHandler* handler : { s->runner, s->agent }) {
-            if (handler)
-                handler->disconnect(this);
-        }
-        if (s->page)
-            s->page->deleteLater();
+        detachSession(s);
         delete s;
         it = droppedSessions.erase(it);
+    }
+}
+
+void ConnectDialog::detachSession(Session* s)
+{
+    // The handlers stay with the window and their processes may still print; nothing of theirs may reach the
+    // session once it is deleted.
+    for (ProcHandler* handler : { s->runner, s->agent }) {
+        if (handler)
+            handler->disconnect(this);
+    }
+    if (s->page) {
+        if (shownPage == s->page)
+            shownPage = nullptr;
+        s->page->hide();
+        s->page->deleteLater();
     }
 }
 

@@ -124,7 +124,7 @@ void ConnectDialog::buildSignInPane(Session* s)
     logo->setStyleSheet(QStringLiteral("margin: 2px; margin-bottom: 32px;"));
 
     s->workspaceEdit = makeField(regularFont, workspaceFieldStyle, tr("Enter your workspace"));
-    s->workspaceEdit->setToolTip(QStringLiteral("your_workspace.") + cloudDomain);
+    s->workspaceEdit->setToolTip(tr("your_workspace.%1").arg(cloudDomain));
     s->identityEdit = makeField(regularFont, identityFieldStyle, tr("Enter your email"));
     s->passwordEdit = makeField(regularFont, passwordFieldStyle, tr("Enter your password"));
     s->passwordEdit->setEchoMode(QLineEdit::Password);

@@ -12,6 +12,7 @@
 #include "workspace.h"
 
 #include <QAction>
+#include <QCoreApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
@@ -59,7 +60,7 @@ QButton* makeWorkspaceButton()
         { QStringLiteral("#c0cdda"), QStringLiteral("#292b2f"), QStringLiteral("#2f3136"), QStringLiteral("#292b2f") },
         { QStringLiteral("#fff") }, { QStringLiteral("22px") }, QStringLiteral("transparent"),
         QStringLiteral("0px 14px 0px 0px"), QStringLiteral("4px"), QStringLiteral("36px"), QStringLiteral("36px"));
-    button->setText(QObject::tr("WS"));
+    button->setText(QCoreApplication::translate("ConnectDialog", "WS"));
     button->setContextMenuPolicy(Qt::CustomContextMenu);
     return button;
 }
@@ -107,7 +108,7 @@ Workspace* ConnectDialog::addConnect(int insertIndex)
     ws->tree->setIndentation(8);
     ws->tree->expandAll();
     ws->tree->setStyleSheet(treeStyle);
-    ws->tree->setFont(font());
+    ws->tree->setFont(regularFont);
     ws->tree->setHeaderHidden(true);
 
     ws->rootIndex = ws->tree->indexFromItem(root);
@@ -142,7 +143,7 @@ Workspace* ConnectDialog::addConnect(int insertIndex)
 
     ws->badge = new QLabel(ws->page);
     ws->badge->setText(QString());
-    ws->badge->setFont(font());
+    ws->badge->setFont(regularFont);
     ws->badge->move(44, 24);
     ws->badge->setStyleSheet(badgeStyle);
     ws->badge->setAlignment(Qt::AlignCenter);
@@ -314,7 +315,9 @@ void ConnectDialog::addRobotRow(Workspace* ws, RobotInfo* robot)
         doConnectRobot(s ? s : ws->sessions.value(QString()), id, ws->tree->indexFromItem(item));
     });
     connect(row, &TreeItem::disconnectAction, this, [this, ws, id] { doDisconnect(sessionOf(ws, id), false); });
-    connect(row, &TreeItem::logsAction, this, [this, ws, id] { doOpenLogs(sessionOf(ws, id)); });
+    // The folder belongs to the robot, not its session: a disconnected robot's logs are the ones worth reading.
+    const QString name = robot->name;
+    connect(row, &TreeItem::logsAction, this, [ws, name] { openLogFolder(ws->name, name); });
     connect(row, &TreeItem::clearAction, this, [this, ws, id] { doClearLogs(sessionOf(ws, id)); });
     connect(row, &TreeItem::lockAction, this, [this, ws, id](bool locked) { doLockRobot(sessionOf(ws, id), locked); });
     ws->tree->setItemWidget(item, 0, row);
