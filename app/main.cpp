@@ -1,4 +1,5 @@
 #include "appglobals.h"
+#include "recordtypes.h"
 #include "runguard.h"
 #include "tray.h"
 
@@ -22,6 +23,7 @@ int main(int argc, char* argv[])
 
     auto app = std::make_unique<QApplication>(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Oxmerel"));
+    registerRecordMetaTypes();
 
     if (!QSystemTrayIcon::isSystemTrayAvailable()) {
         QMessageBox::critical(nullptr, QObject::tr("Oxmerel"),

@@ -1,5 +1,6 @@
 #include "runtimeprompts.h"
 
+#include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
 #include <QInputDialog>
@@ -25,7 +26,7 @@ bool askWithDialog(const QString& label, QString* answer)
 {
     bool confirmed = false;
     const QString text = QInputDialog::getText(
-        nullptr, QStringLiteral("Oxmerel"), label, QLineEdit::Password, QDir::home().dirName(), &confirmed);
+        nullptr, QCoreApplication::translate("ProcHandler", "Oxmerel"), label, QLineEdit::Password, QDir::home().dirName(), &confirmed);
     if (confirmed)
         *answer = text;
     return confirmed;
