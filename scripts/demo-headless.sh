@@ -21,7 +21,8 @@ export DISPLAY=":$(head -n1 "$displayfile")"
 rm -f "$displayfile"
 trayer --edge top --align right --widthtype pixel --width 120 --height 24 >/dev/null 2>&1 &
 pids+=($!)
-sleep 0.5
+# The program refuses to start without a tray, so wait until the tray host owns the tray selection.
+for _ in $(seq 100); do xdotool search --classname trayer >/dev/null 2>&1 && break; sleep 0.05; done
 
 QT_QPA_PLATFORM=xcb "$program" --auto-start &
 app=$!
@@ -29,6 +30,10 @@ pids=("$app" "${pids[@]}")
 
 for step in 1 2 3; do
     sleep 3
+    if ! kill -0 "$app" 2>/dev/null; then
+        echo "The program ended before the demo was over." >&2
+        exit 1
+    fi
     import -window root "$shots/demo-$step.png"
 done
 echo "Screenshots of the demo: $shots"

@@ -27,7 +27,7 @@ credentials:
     password: $(printf 'demo-password' | base64)
     connected_at: 2026-01-01T09:00:00.000Z
     robots:
-      - robot-invoices
+      - rb-invoices
 YAML
 export HOME="$demo_home"
 export PATH="$root/build/sim:$PATH"
