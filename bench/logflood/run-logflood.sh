@@ -3,7 +3,8 @@
 # connects at start, and the simulated runtime then prints N log lines as fast as the pipe takes them while the
 # robot's log page is shown. Then the same lines go to a minimal Qt program that appends each read to a bounded
 # QPlainTextEdit. For both it prints lines per second drained, CPU seconds per 100,000 lines and resident memory
-# after the first 10,000 lines and after all of them.
+# after the first 10,000 lines and after all of them, and how long its event loop takes to answer during the flood
+# (median and worst of a ping every 100 ms: the delay a click or a repaint would see).
 # Usage: run-logflood.sh <build dir> [lines] [screenshot.png]
 set -euo pipefail
 build=$(cd "$1" && pwd)
@@ -87,6 +88,8 @@ measure() {
         sleep 0.05
     done
     alive "$flood_pid" || { echo "$name: no flooding runtime"; return 1; }
+    "$build/bin/ping_probe" "$consumer" 3600 >"$work/$name.ping" &
+    local probe=$!
     t0=$EPOCHREALTIME
     c0=$(cpu_ticks "$consumer")
     while alive "$flood_pid"; do
@@ -98,12 +101,18 @@ measure() {
     t1=$EPOCHREALTIME
     c1=$(cpu_ticks "$consumer")
     rss_end=$(rss_kib "$consumer")
+    kill -TERM "$probe" 2>/dev/null || true
+    wait "$probe" 2>/dev/null || true
+    local pings
+    pings=$(cat "$work/$name.ping")
     local hz
     hz=$(getconf CLK_TCK)
     awk -v n="$lines" -v t0="$t0" -v t1="$t1" -v c="$((c1 - c0))" -v hz="$hz" -v r1="$rss10k" -v r2="$rss_end" \
-        -v name="$name" 'BEGIN {
-            printf "%-8s %10.0f lines/s  %6.3f CPU s/100k lines  RSS %7.1f MiB after 10k, %7.1f MiB after all\n",
-                name, n / (t1 - t0), c / hz / (n / 100000), r1 / 1024, r2 / 1024 }'
+        -v name="$name" -v pings="$pings" 'BEGIN {
+            split(pings, p, " ")
+            printf "%-8s %10.0f lines/s  %6.3f CPU s/100k lines  RSS %7.1f MiB after 10k, %7.1f MiB after all  " \
+                "answers in %.1f ms median, %.1f ms worst (%d pings)\n",
+                name, n / (t1 - t0), c / hz / (n / 100000), r1 / 1024, r2 / 1024, p[2], p[3], p[1] }'
 }
 
 export PATH="$sim:$PATH"
