@@ -25,8 +25,8 @@ WarningHook& warningHook()
 bool askWithDialog(const QString& label, QString* answer)
 {
     bool confirmed = false;
-    const QString text = QInputDialog::getText(
-        nullptr, QCoreApplication::translate("ProcHandler", "Oxmerel"), label, QLineEdit::Password, QDir::home().dirName(), &confirmed);
+    const QString text = QInputDialog::getText(nullptr, QCoreApplication::translate("ProcHandler", "Oxmerel"), label,
+        QLineEdit::Password, QDir::home().dirName(), &confirmed);
     if (confirmed)
         *answer = text;
     return confirmed;

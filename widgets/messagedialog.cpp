@@ -2,6 +2,7 @@
 
 #include "qbutton.h"
 
+#include <QCoreApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPixmap>
@@ -67,7 +68,6 @@ MessageDialog::MessageDialog(const QFont& titleFont, const QFont& textFont, bool
     iconRow->setContentsMargins(8, 8, 8, 8);
 
     auto* icon = new QLabel();
-    icon->setObjectName(QStringLiteral("iconLabel"));
     icon->setPixmap(iconFor(kind));
     icon->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
     icon->setStyleSheet(QStringLiteral("padding: 4px 0px 4px 4px"));
@@ -91,14 +91,13 @@ MessageDialog::MessageDialog(const QFont& titleFont, const QFont& textFont, bool
     setStyleSheet(QStringLiteral("QDialog{padding: 12px;}"));
 }
 
-void MessageDialog::addButton(const QString& objectName, const QString& text, std::function<void()> action)
+void MessageDialog::addButton(const QString& text, std::function<void()> action)
 {
     auto* button = new QButton(
         { QStringLiteral("#c0cdda"), QStringLiteral("#202225"), QStringLiteral("#2f3136"), QStringLiteral("#292b2f") },
         { QStringLiteral("#8e9297"), QStringLiteral("#ecf2f5") }, { QStringLiteral("6px") },
         QStringLiteral("transparent"), QStringLiteral("0px"), QStringLiteral("8px 16px"), QStringLiteral("64px"),
         QStringLiteral("18px"));
-    button->setObjectName(objectName);
     button->setText(text);
     connect(button, &QPushButton::clicked, button, std::move(action), Qt::DirectConnection);
     buttonRow->addWidget(button);
@@ -117,7 +116,8 @@ MessageDialog* MessageDialog::showMessage(const QFont& titleFont, const QFont& t
     const QString& title, const QString& text)
 {
     auto* dialog = new MessageDialog(titleFont, textFont, messageOpen, kind, title, text);
-    dialog->addButton(QStringLiteral("okButton"), tr("OK"), [dialog, messageOpen] {
+    // The button words are translated in the main window's context, like the rest of its messages.
+    dialog->addButton(QCoreApplication::translate("ConnectDialog", "OK"), [dialog, messageOpen] {
         dialog->close();
         dialog->deleteLater();
         if (messageOpen)
@@ -136,8 +136,8 @@ MessageDialog* MessageDialog::showConfirm(const QFont& titleFont, const QFont& t
             onAnswer(yes);
         dialog->close();
     };
-    dialog->addButton(QStringLiteral("yesButton"), tr("Yes"), [answer] { answer(true); });
-    dialog->addButton(QStringLiteral("noButton"), tr("No"), [answer] { answer(false); });
+    dialog->addButton(QCoreApplication::translate("ConnectDialog", "Yes"), [answer] { answer(true); });
+    dialog->addButton(QCoreApplication::translate("ConnectDialog", "No"), [answer] { answer(false); });
     dialog->showNonBlocking();
     return dialog;
 }

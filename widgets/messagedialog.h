@@ -27,7 +27,7 @@ private:
     MessageDialog(const QFont& titleFont, const QFont& textFont, bool* messageOpen, int kind, const QString& title,
         const QString& text);
 
-    void addButton(const QString& objectName, const QString& text, std::function<void()> action);
+    void addButton(const QString& text, std::function<void()> action);
     void showNonBlocking();
 
     QBoxLayout* buttonRow;
