@@ -2,20 +2,22 @@
 #include "recordtypes.h"
 #include "runtimecommand.h"
 #include "runtimeprompts.h"
+#include "tempfiles.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
 #include <memory>
-#include <unistd.h>
 
-// The handler against a real child: the runtime simulator, found on PATH under the runtime's name.
+using namespace Qt::StringLiterals;
+
+// The handler against a real child: the runtime simulator, found on PATH under the runtime's names.
 class TestProcHandler final : public QObject
 {
     Q_OBJECT
@@ -23,47 +25,34 @@ class TestProcHandler final : public QObject
 private slots:
     void initTestCase();
     void cleanup();
-    void signalsFollowTheLinesInOrder();
-    void badLinesAreDroppedWhateverTheChunks();
-    void promptsAreAnsweredOnStdin();
-    void emptyPasswordIsNotWritten();
-    void chosenRobotAnswersTheListingAndReadingWaits();
-    void unknownChosenRobotListsAndReadsOn();
-    void authFailureStopsReadingUntilMoreOutput();
-    void alreadyConnectedWarnsAndReadsOn();
-    void stopEndsTheWholeTreeAndNothingElse();
-    void childThatExitsLeavesNoGrandchild();
-    void destroyedHandlerLeavesNoGrandchild();
-    void missingProgramEmitsNothing();
+    void commandLinesKeepTheirOrder();
+    void linesBecomeSignalsAndAnswersInOrder();
+    void someLinesPauseReading_data();
+    void someLinesPauseReading();
+    void noProcessOutlivesTheChild_data();
+    void noProcessOutlivesTheChild();
+    void programThatCannotStartEmitsNothing();
 
 private:
-    ProcHandler* run(const QByteArray& scenario, const QString& password = QString(), const QString& robotId = {});
-    QList<QJsonObject> records() const;
-    QStringList stdinLines() const;
-    qint64 recorded(const char* key) const;
+    ProcHandler* run(const QByteArray& scenario, const QString& robotId = {}, const QString& password = {});
+    QStringList recorded(const QString& key) const;
     static bool alive(qint64 pid);
+    qint64 grandchild() const;
 
     QTemporaryDir dir;
     std::unique_ptr<ProcHandler> handler;
-    // Every signal of the handler, in arrival order, as text.
+    // Every signal of the handler (and every warning shown), in arrival order, as text.
     QStringList events;
-    QElapsedTimer clock;
-    QMap<QString, qint64> eventTimes;
 };
-
-namespace {
-
-const QByteArray connectedLine = R"({"status":"connected","level":"info","msg":"up","time":"t1"})";
-
-} // namespace
 
 void TestProcHandler::initTestCase()
 {
     registerRecordMetaTypes();
     QVERIFY(dir.isValid());
     qputenv("PATH", qgetenv("OXMEREL_SIM_DIR") + ':' + qgetenv("PATH"));
-    qputenv("OXMEREL_SIM_RECORD", QFile::encodeName(dir.filePath(QStringLiteral("record.jsonl"))));
-    QVERIFY(QFileInfo(runnerProgram()).isAbsolute());
+    qputenv("OXMEREL_SIM_RECORD", QFile::encodeName(dir.filePath(u"record.jsonl"_s)));
+    RuntimePrompts::setWarningHook(
+        [this](const QString& title, const QString&) { events.append(u"warning "_s + title); });
 }
 
 void TestProcHandler::cleanup()
@@ -73,332 +62,235 @@ void TestProcHandler::cleanup()
         handler->process->waitForFinished(5000);
     }
     handler.reset();
-    for (const QJsonObject& record : records()) {
-        const qint64 child = record.value(QStringLiteral("child")).toInteger();
-        if (child > 1 && alive(child))
-            ::kill(static_cast<pid_t>(child), SIGKILL);
-    }
-    QFile::remove(dir.filePath(QStringLiteral("record.jsonl")));
+    if (const qint64 spawned = grandchild(); alive(spawned))
+        ::kill(static_cast<pid_t>(spawned), SIGKILL);
+    QFile::remove(dir.filePath(u"record.jsonl"_s));
     RuntimePrompts::setInputHook(nullptr);
-    RuntimePrompts::setWarningHook(nullptr);
     events.clear();
-    eventTimes.clear();
 }
 
-ProcHandler* TestProcHandler::run(const QByteArray& scenario, const QString& password, const QString& robotId)
+void TestProcHandler::commandLinesKeepTheirOrder()
 {
-    const QString path = dir.filePath(QStringLiteral("scenario.txt"));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(scenario) != scenario.size())
-        return nullptr;
-    file.close();
-    qputenv("OXMEREL_SIM_SCENARIO", QFile::encodeName(path));
-
-    handler = std::make_unique<ProcHandler>(nullptr, 2);
-    ProcHandler* h = handler.get();
-    h->setPassword(password);
-    h->setRobotId(robotId);
-    clock.start();
-    const auto note = [this](const QString& event) {
-        events.append(event);
-        eventTimes.insert(event, clock.elapsed());
-    };
-    connect(h, &ProcHandler::receivedLog, this, [note](const QString& time, const QString& level, const QString& msg) {
-        note(QStringLiteral("log %1|%2|%3").arg(time, level, msg));
-    });
-    connect(h, &ProcHandler::loggedIn, this, [note](const QString& ws) { note(QStringLiteral("loggedIn ") + ws); });
-    connect(h, &ProcHandler::robotsListed, this, [note](const QList<RobotInfo*>& robots) {
-        QStringList ids;
-        for (RobotInfo* robot : robots)
-            ids.append(robot->id + QLatin1Char('/') + robot->name);
-        qDeleteAll(robots);
-        note(QStringLiteral("listed [%1]").arg(ids.join(QLatin1Char(','))));
-    });
-    connect(h, &ProcHandler::robotSelected, this, [note](RobotInfo* robot) {
-        note(QStringLiteral("selected %1/%2").arg(robot->id, robot->name));
-        delete robot;
-    });
-    connect(h, &ProcHandler::robotConnected, this, [note](RobotInfo* robot) {
-        note(robot ? QStringLiteral("connected robot") : QStringLiteral("connected null"));
-    });
-    connect(h, &ProcHandler::authFailed, this, [note] { note(QStringLiteral("authFailed")); });
-    connect(h, &ProcHandler::onExit, this, [note](int code, QProcess::ExitStatus status) {
-        note(QStringLiteral("exit %1 %2")
-                 .arg(code)
-                 .arg(QLatin1String(status == QProcess::NormalExit ? "normal" : "crash")));
-    });
-    h->start(runnerProgram(), { QStringLiteral("connect") });
-    return h;
+    const QString id = u"ann@acme.example"_s;
+    const QString ws = u"acme.oxmerel.cloud"_s;
+    const QStringList agent { u"connect"_s, u"-i"_s, id, u"-w"_s, ws, u"--stdin"_s };
+    const QStringList runner = agent + QStringList { u"--remember"_s };
+    QCOMPARE(agentArguments(id, ws), agent);
+    QCOMPARE(runnerArguments(id, ws, true, true, true), runner + QStringList({ u"--lock"_s, u"-n"_s, u"-s"_s }));
+    QCOMPARE(runnerArguments(id, ws, false, true, false), runner + QStringList { u"-n"_s });
+    QCOMPARE(runnerArguments(id, ws, true, false, true), runner + QStringList({ u"--lock"_s, u"-s"_s }));
 }
 
-QList<QJsonObject> TestProcHandler::records() const
-{
-    QFile file(dir.filePath(QStringLiteral("record.jsonl")));
-    QList<QJsonObject> result;
-    if (!file.open(QIODevice::ReadOnly))
-        return result;
-    const QList<QByteArray> lines = file.readAll().split('\n');
-    for (const QByteArray& line : lines) {
-        if (!line.isEmpty())
-            result.append(QJsonDocument::fromJson(line).object());
-    }
-    return result;
-}
-
-QStringList TestProcHandler::stdinLines() const
-{
-    QStringList lines;
-    for (const QJsonObject& record : records()) {
-        if (record.contains(QStringLiteral("stdin")))
-            lines.append(record.value(QStringLiteral("stdin")).toString());
-    }
-    return lines;
-}
-
-qint64 TestProcHandler::recorded(const char* key) const
-{
-    for (const QJsonObject& record : records()) {
-        if (record.contains(QLatin1String(key)))
-            return record.value(QLatin1String(key)).toInteger();
-    }
-    return -1;
-}
-
-bool TestProcHandler::alive(qint64 pid)
-{
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (!stat.open(QIODevice::ReadOnly))
-        return false;
-    const QByteArray text = stat.readAll();
-    const qsizetype close = text.lastIndexOf(')');
-    return close > 0 && text.size() > close + 2 && text.at(close + 2) != 'Z';
-}
-
-void TestProcHandler::signalsFollowTheLinesInOrder()
-{
-    QTest::ignoreMessage(QtDebugMsg, QRegularExpression(QStringLiteral("^Error: disk is slow")));
-    run("print {\"msg\":\"plain\",\"level\":\"info\",\"time\":\"t0\"}\n"
-        "print "
-        + connectedLine
-        + "\n"
-          "print {\"status\":\"logged_in\",\"workspace\":\"Acme\",\"msg\":\"not logged\"}\n"
-          "print {\"status\":\"started\",\"msg\":\"s\"}\n"
-          "print {\"status\":\"stopped\",\"msg\":\"x\"}\n"
-          "print {\"status\":\"connecting\",\"level\":\"info\",\"msg\":\"c\"}\n"
-          "print {\"status\":\"something_new\",\"msg\":\"n\"}\n"
-          "stderr disk is slow\n"
-          "sleep 100\n"
-          "exit 3\n");
-    QTRY_VERIFY(events.contains(QStringLiteral("exit 3 normal")));
-    QCOMPARE(events,
-        QStringList(
-            { QStringLiteral("log t0|info|plain"), QStringLiteral("log t1|info|up"), QStringLiteral("connected null"),
-                QStringLiteral("loggedIn Acme"), QStringLiteral("log ||s"), QStringLiteral("log ||x"),
-                QStringLiteral("log |info|c"), QStringLiteral("log ||n"), QStringLiteral("exit 3 normal") }));
-    QVERIFY(stdinLines().isEmpty());
-}
-
-void TestProcHandler::badLinesAreDroppedWhateverTheChunks()
-{
-    QTest::ignoreMessage(QtDebugMsg, "Document is not an object");
-    // One write holding several lines, then a line split across writes inside a UTF-8 character, then listings
-    // without usable items.
-    run("printraw not json at all\\x0a[1,2]\\x0a{}\\x0a\\x0a{\"msg\":\"a\"}{\"msg\":\"b\"}\\x0a{\"msg\":\"only "
-        "msg\"}\\x0a{\"msg\":\"caf\\xc3\n"
-        "sleep 150\n"
-        "printraw \\xa9\"}\\x0a{\"msg\":\"tail\n"
-        "sleep 150\n"
-        "print \"}\n"
-        "print {\"status\":\"waiting_selection\"}\n"
-        "print {\"status\":\"waiting_selection\",\"items\":{\"id\":\"r1\"}}\n"
-        "print "
-        "{\"status\":\"waiting_selection\",\"items\":[{\"id\":\"r1\",\"name\":\"A\"},{\"id\":\"r1\",\"name\":\"B\"}]}\n"
-        "exit 0\n");
-    QTRY_VERIFY(events.contains(QStringLiteral("exit 0 normal")));
-    QCOMPARE(events,
-        QStringList({ QStringLiteral("log ||only msg"), QStringLiteral("log ||caf\u00e9"), QStringLiteral("log ||tail"),
-            QStringLiteral("listed []"), QStringLiteral("listed []"), QStringLiteral("listed [r1/A,r1/B]"),
-            QStringLiteral("exit 0 normal") }));
-}
-
-void TestProcHandler::promptsAreAnsweredOnStdin()
+void TestProcHandler::linesBecomeSignalsAndAnswersInOrder()
 {
     QStringList asked;
     RuntimePrompts::setInputHook([&asked](const QString& label, QString* answer) {
         asked.append(label);
-        if (label == QLatin1String("Cancelled")) {
-            *answer = QStringLiteral("must not be sent");
-            return false;
-        }
-        *answer = label == QLatin1String("Empty") ? QString() : label.toLower() + QStringLiteral("-\u00e9");
-        return true;
+        *answer = label == "Empty"_L1 ? QString() : label.toLower().append(u"-\u00e9"_s);
+        return label != "Cancelled"_L1;
     });
-    run("print {\"status\":\"waiting_input\",\"msg\":\"Password\"}\n"
-        "expect\n"
-        "print {\"status\":\"waiting_input\",\"msg\":\"Token\"}\n"
-        "expect\n"
-        "print {\"status\":\"waiting_input\",\"msg\":\"Cancelled\"}\n"
-        "print {\"status\":\"waiting_input\",\"msg\":\"Empty\"}\n"
-        "print {\"status\":\"waiting_input\",\"msg\":\"Last\"}\n"
-        "expect\n"
-        "print {\"msg\":\"got ${LAST}\"}\n"
-        "exit 0\n",
-        QStringLiteral("p\u00e4ss word"));
-    QTRY_VERIFY(events.contains(QStringLiteral("exit 0 normal")));
-    QCOMPARE(stdinLines(),
-        QStringList(
-            { QStringLiteral("p\u00e4ss word"), QStringLiteral("token-\u00e9"), QStringLiteral("last-\u00e9") }));
-    QCOMPARE(asked,
-        QStringList(
-            { QStringLiteral("Token"), QStringLiteral("Cancelled"), QStringLiteral("Empty"), QStringLiteral("Last") }));
-    QCOMPARE(events.first(), QStringLiteral("log ||got last-\u00e9"));
-}
-
-void TestProcHandler::emptyPasswordIsNotWritten()
-{
-    RuntimePrompts::setInputHook([](const QString&, QString* answer) {
-        *answer = QStringLiteral("next");
-        return true;
-    });
-    run("print {\"status\":\"waiting_input\",\"msg\":\"Password\"}\n"
-        "print {\"status\":\"waiting_input\",\"msg\":\"Other\"}\n"
-        "expect\n"
-        "exit 0\n");
-    QTRY_VERIFY(events.contains(QStringLiteral("exit 0 normal")));
-    QCOMPARE(stdinLines(), QStringList({ QStringLiteral("next") }));
-}
-
-void TestProcHandler::chosenRobotAnswersTheListingAndReadingWaits()
-{
-    // The listing and the next line arrive in one write; the line after the answer waits for more output.
-    run("printraw {\"status\":\"waiting_selection\",\"items\":[{\"id\":\"r1\",\"name\":\"One\"},"
-        "{\"id\":\"r2\",\"name\":\"Two\"},{\"id\":\"r2\",\"name\":\"Two again\"}]}\\x0a{\"msg\":\"buffered\"}\\x0a\n"
-        "expect\n"
-        "sleep 400\n"
-        "print "
-            + connectedLine
-            + "\n"
-              "hang\n",
-        QString(), QStringLiteral("r2"));
-    QTRY_VERIFY(events.contains(QStringLiteral("connected null")));
+    QTest::ignoreMessage(QtDebugMsg, "Document is not an object");
+    QTest::ignoreMessage(QtDebugMsg, QRegularExpression(u"^Error: disk is slow"_s));
+    // A listing of about 10 KB in one line, longer than any single read.
+    QByteArray items;
+    QStringList robots;
+    for (int n = 1; n <= 100; ++n) {
+        items += R"({"id":"r)" + QByteArray::number(n) + R"(","name":")" + QByteArray(80, 'n') + R"("},)";
+        robots.append(u"r%1/"_s.arg(n) + QString(80, 'n'_L1));
+    }
+    items.chop(1);
+    // Prompts and statuses, then one write holding several lines, a line split across writes inside a UTF-8
+    // character, keys of odd types, an invalid byte, and listings with odd items.
+    run(R"(print {"msg":"plain","level":"info","time":"t0"}
+print {"status":"waiting_input","msg":"Password"}
+print {"status":"waiting_input","msg":"Token"}
+print {"status":"waiting_input","msg":"Cancelled"}
+print {"status":"waiting_input","msg":"Empty"}
+print {"status":"waiting_input","msg":"Last"}
+print {"status":"connected","level":"info","msg":"up","time":"t1"}
+print {"status":"logged_in","workspace":"Acme","msg":"not logged"}
+print {"status":"started","msg":"s"}
+print {"status":"connecting","level":"info","msg":"c"}
+print {"status":"something_new","msg":"n"}
+stderr disk is slow
+printraw not json\x0a[1,2]\x0a{}\x0a\x0a{"msg":"a"}{"msg":"b"}\x0a{"msg":"only msg"}\x0a{"msg":"caf\xc3
+sleep 150
+printraw \xa9"}\x0a{"msg":"tail
+sleep 150
+print "}
+print {"status":7,"level":null,"msg":["x"],"time":{}}
+print {"status":"logged_in","workspace":true}
+print {"msg":"a\xffb"}
+print {"status":"waiting_selection"}
+print {"status":"waiting_selection","items":{"id":"r1"}}
+print {"status":"waiting_selection","items":[{"id":"r1","name":"A"},"not an object",{"id":"r1","name":"B"}]}
+print {"status":"waiting_selection","items":[)"
+            + items + "]}\nprint {\"msg\":\"end\"}\nhang\n",
+        {}, u"p\u00e4ss word"_s);
+    QTRY_VERIFY(events.contains(u"log ||end"_s));
+    // Ends the simulator once it has recorded everything written so far.
+    handler->process->closeWriteChannel();
+    QTRY_VERIFY(events.contains(u"exit 0 normal"_s));
+    // The invalid byte becomes a replacement character; the line itself is kept.
+    const QString invalid = u"log ||"_s + QString::fromLocal8Bit("a\377b");
+    const QString listing = u"listed ["_s + robots.join(','_L1) + ']'_L1;
     QCOMPARE(events,
-        QStringList({ QStringLiteral("selected r2/Two again"), QStringLiteral("log ||buffered"),
-            QStringLiteral("log t1|info|up"), QStringLiteral("connected null") }));
-    QCOMPARE(stdinLines(), QStringList({ QStringLiteral("r2") }));
-    QVERIFY(
-        eventTimes.value(QStringLiteral("log ||buffered")) - eventTimes.value(QStringLiteral("selected r2/Two again"))
-        >= 300);
+        QStringList({ u"log t0|info|plain"_s, u"log t1|info|up"_s, u"connected null"_s, u"loggedIn Acme"_s,
+            u"log ||s"_s, u"log |info|c"_s, u"log ||n"_s, u"log ||only msg"_s, u"log ||caf\u00e9"_s, u"log ||tail"_s,
+            u"log ||"_s, u"loggedIn "_s, invalid, u"listed []"_s, u"listed []"_s, u"listed [r1/A,/,r1/B]"_s, listing,
+            u"log ||end"_s, u"exit 0 normal"_s }));
+    QCOMPARE(recorded(u"stdin"_s), QStringList({ u"p\u00e4ss word"_s, u"token-\u00e9"_s, u"last-\u00e9"_s }));
+    QCOMPARE(asked, QStringList({ u"Token"_s, u"Cancelled"_s, u"Empty"_s, u"Last"_s }));
 }
 
-void TestProcHandler::unknownChosenRobotListsAndReadsOn()
+void TestProcHandler::someLinesPauseReading_data()
 {
-    run("printraw {\"status\":\"waiting_selection\",\"items\":[{\"id\":\"r1\",\"name\":\"One\"}]}\\x0a"
-        "{\"msg\":\"next\"}\\x0a\n"
-        "sleep 300\n"
-        "exit 0\n",
-        QString(), QStringLiteral("r9"));
-    QTRY_VERIFY(events.contains(QStringLiteral("exit 0 normal")));
-    QCOMPARE(events,
-        QStringList(
-            { QStringLiteral("listed [r1/One]"), QStringLiteral("log ||next"), QStringLiteral("exit 0 normal") }));
-    QVERIFY(eventTimes.value(QStringLiteral("exit 0 normal")) - eventTimes.value(QStringLiteral("log ||next")) >= 200);
-    QVERIFY(stdinLines().isEmpty());
+    QTest::addColumn<QByteArray>("first");
+    QTest::addColumn<QString>("robotId");
+    QTest::addColumn<QStringList>("firstEvents");
+    QTest::addColumn<QStringList>("answers");
+    QTest::addColumn<bool>("paused");
+    const QByteArray listing
+        = R"({"status":"waiting_selection","items":[{"id":"r2","name":"A"},{"id":"r2","name":"B"}]})";
+    QTest::newRow("sign-in refused") << QByteArray(R"({"status":"connecting","level":"error","msg":"no"})") << QString()
+                                     << QStringList { u"log |error|no"_s, u"authFailed"_s } << QStringList() << true;
+    // With repeated ids the last one listed is chosen.
+    QTest::newRow("chosen robot listed") << listing << u"r2"_s << QStringList { u"selected r2/B"_s }
+                                         << QStringList { u"r2"_s } << true;
+    QTest::newRow("chosen robot missing")
+        << listing << u"r9"_s << QStringList { u"listed [r2/A,r2/B]"_s } << QStringList() << false;
+    QTest::newRow("already connected") << QByteArray(R"({"status":"already_connected","level":"error","msg":"busy"})")
+                                       << QString()
+                                       << QStringList { u"log |error|busy"_s, u"warning Robot Connection"_s }
+                                       << QStringList() << false;
 }
 
-void TestProcHandler::authFailureStopsReadingUntilMoreOutput()
+void TestProcHandler::someLinesPauseReading()
 {
-    run("printraw {\"status\":\"connecting\",\"level\":\"error\",\"msg\":\"denied\"}\\x0a{\"msg\":\"second\"}\\x0a\n"
-        "sleep 400\n"
-        "print {\"msg\":\"third\"}\n"
-        "hang\n");
-    QTRY_VERIFY(events.contains(QStringLiteral("log ||third")));
-    QCOMPARE(events,
-        QStringList({ QStringLiteral("log |error|denied"), QStringLiteral("authFailed"), QStringLiteral("log ||second"),
-            QStringLiteral("log ||third") }));
-    QVERIFY(eventTimes.value(QStringLiteral("log ||second")) - eventTimes.value(QStringLiteral("authFailed")) >= 300);
+    QFETCH(QByteArray, first);
+    QFETCH(QString, robotId);
+    QFETCH(QStringList, firstEvents);
+    QFETCH(QStringList, answers);
+    QFETCH(bool, paused);
+    // No password is set, so the prompt gets no answer. The next two lines come in one write: a reader that goes
+    // on reads the second at once. The third comes 400 ms later, after the answer when one is due.
+    QByteArray scenario = "print {\"status\":\"waiting_input\",\"msg\":\"Password\"}\nprintraw " + first
+        + R"(\x0a{"msg":"second"}\x0a)" + '\n';
+    if (!answers.isEmpty())
+        scenario += "expect\n";
+    scenario += "sleep 400\nprint {\"msg\":\"third\"}\nhang\n";
+    run(scenario, robotId);
+    QTRY_VERIFY(events.contains(firstEvents.last()));
+    QCOMPARE(events.contains(u"log ||second"_s), !paused);
+    QTRY_VERIFY(events.contains(u"log ||third"_s));
+    handler->process->closeWriteChannel();
+    QTRY_VERIFY(events.contains(u"exit 0 normal"_s));
+    QCOMPARE(events, firstEvents + QStringList({ u"log ||second"_s, u"log ||third"_s, u"exit 0 normal"_s }));
+    QCOMPARE(recorded(u"stdin"_s), answers);
 }
 
-void TestProcHandler::alreadyConnectedWarnsAndReadsOn()
+void TestProcHandler::noProcessOutlivesTheChild_data()
 {
-    RuntimePrompts::setWarningHook([this](const QString& title, const QString& text) {
-        events.append(QStringLiteral("warning ") + title);
-        QVERIFY(text.startsWith(QStringLiteral("The robot you're attempting to connect is already connected.")));
-        QVERIFY(text.endsWith(QStringLiteral("to remotely force a disconnection before trying again.")));
-    });
-    run("printraw "
-        "{\"status\":\"already_connected\",\"level\":\"error\",\"msg\":\"busy\"}\\x0a{\"msg\":\"after\"}\\x0a\n"
-        "hang\n");
-    QTRY_VERIFY(events.contains(QStringLiteral("log ||after")));
-    QCOMPARE(events,
-        QStringList({ QStringLiteral("log |error|busy"), QStringLiteral("warning Robot Connection"),
-            QStringLiteral("log ||after") }));
+    QTest::addColumn<QString>("end");
+    QTest::newRow("stopped") << u"stop"_s;
+    QTest::newRow("exited") << u"exit"_s;
+    QTest::newRow("handler destroyed") << u"destroy"_s;
 }
 
-void TestProcHandler::stopEndsTheWholeTreeAndNothingElse()
+// A kill that reached our own process group would end this test.
+void TestProcHandler::noProcessOutlivesTheChild()
 {
-    // A process of our own group that a careless kill (pid 0, our group) would take with it.
-    QProcess bystander;
-    bystander.start(QStringLiteral("sleep"), { QStringLiteral("30") });
-    QVERIFY(bystander.waitForStarted());
-
-    ProcHandler* h = run("ignore-term\nspawn-child\nprint {\"msg\":\"ready\"}\nhang\n");
-    QTRY_VERIFY(events.contains(QStringLiteral("log ||ready")));
-    const qint64 grandchild = recorded("child");
-    const qint64 child = h->process->processId();
-    QVERIFY(grandchild > 1 && alive(grandchild));
-    QCOMPARE(::getpgid(static_cast<pid_t>(child)), static_cast<pid_t>(child));
-    QCOMPARE(::getpgid(static_cast<pid_t>(grandchild)), static_cast<pid_t>(child));
-
-    h->stop();
-    QTRY_VERIFY(events.contains(QStringLiteral("exit 9 crash")));
-    QTRY_VERIFY(!alive(grandchild));
-    QVERIFY(!alive(child));
-
-    // Stopping what has already ended reaches nothing.
-    h->stop();
-    h->stop();
-    QTest::qWait(100);
-    QCOMPARE(bystander.state(), QProcess::Running);
-    bystander.kill();
-    bystander.waitForFinished();
+    QFETCH(QString, end);
+    ProcHandler* h = run("ignore-term\nspawn-child\nprint {\"msg\":\"ready\"}\nexpect\nexit 3\n");
+    QTRY_VERIFY(events.contains(u"log ||ready"_s));
+    const qint64 spawned = grandchild();
+    QVERIFY(alive(spawned));
+    if (end == "destroy"_L1) {
+        handler.reset();
+    } else if (end == "exit"_L1) {
+        h->process->write("go\n");
+        QTRY_VERIFY(events.contains(u"exit 3 normal"_s));
+    } else {
+        h->stop();
+        QTRY_VERIFY(events.contains(u"exit 9 crash"_s));
+    }
+    QTRY_VERIFY(!alive(spawned));
+    // Stopping a child that has ended reaches nothing.
+    if (handler)
+        handler->stop();
 }
 
-void TestProcHandler::childThatExitsLeavesNoGrandchild()
+void TestProcHandler::programThatCannotStartEmitsNothing()
 {
-    run("spawn-child\nprint {\"msg\":\"ready\"}\nsleep 200\nexit 0\n");
-    QTRY_VERIFY(events.contains(QStringLiteral("exit 0 normal")));
-    const qint64 grandchild = recorded("child");
-    QVERIFY(grandchild > 1);
-    QTRY_VERIFY(!alive(grandchild));
-}
-
-void TestProcHandler::destroyedHandlerLeavesNoGrandchild()
-{
-    run("spawn-child\nprint {\"msg\":\"ready\"}\nhang\n");
-    QTRY_VERIFY(events.contains(QStringLiteral("log ||ready")));
-    const qint64 grandchild = recorded("child");
-    QVERIFY(grandchild > 1 && alive(grandchild));
-    handler.reset();
-    QTRY_VERIFY(!alive(grandchild));
-}
-
-void TestProcHandler::missingProgramEmitsNothing()
-{
-    QProcess bystander;
-    bystander.start(QStringLiteral("sleep"), { QStringLiteral("30") });
-    QVERIFY(bystander.waitForStarted());
-
-    ProcHandler h(nullptr, 1);
-    QSignalSpy exits(&h, &ProcHandler::onExit);
-    QSignalSpy logs(&h, &ProcHandler::receivedLog);
-    h.start(QStringLiteral("oxmerel-no-such-runtime"), agentArguments(QStringLiteral("i"), QStringLiteral("w")));
-    QTRY_COMPARE(h.process->state(), QProcess::NotRunning);
-    h.stop();
+    ProcHandler missing(nullptr, 1);
+    QSignalSpy exits(&missing, &ProcHandler::onExit);
+    missing.start(u"oxmerel-no-such-runtime"_s, {});
+    QTRY_COMPARE(missing.process->state(), QProcess::NotRunning);
+    missing.stop();
     QTest::qWait(200);
-    QVERIFY(exits.isEmpty() && logs.isEmpty());
-    QCOMPARE(bystander.state(), QProcess::Running);
-    bystander.kill();
-    bystander.waitForFinished();
+    QVERIFY(exits.isEmpty());
+}
+
+ProcHandler* TestProcHandler::run(const QByteArray& scenario, const QString& robotId, const QString& password)
+{
+    const QString path = dir.filePath(u"scenario.txt"_s);
+    testsupport::writeFile(path, scenario);
+    qputenv("OXMEREL_SIM_SCENARIO", QFile::encodeName(path));
+    handler = std::make_unique<ProcHandler>(nullptr, 2);
+    ProcHandler* h = handler.get();
+    h->setPassword(password);
+    h->setRobotId(robotId);
+    connect(h, &ProcHandler::receivedLog, this, [this](const QString& time, const QString& level, const QString& msg) {
+        events.append(u"log %1|%2|%3"_s.arg(time, level, msg));
+    });
+    connect(h, &ProcHandler::loggedIn, this, [this](const QString& ws) { events.append(u"loggedIn "_s + ws); });
+    connect(h, &ProcHandler::robotsListed, this, [this](const QList<RobotInfo*>& robots) {
+        QStringList ids;
+        for (RobotInfo* robot : robots)
+            ids.append(robot->id + '/'_L1 + robot->name);
+        qDeleteAll(robots);
+        events.append(u"listed ["_s + ids.join(','_L1) + ']'_L1);
+    });
+    connect(h, &ProcHandler::robotSelected, this, [this](RobotInfo* robot) {
+        events.append(u"selected "_s + robot->id + '/'_L1 + robot->name);
+        delete robot;
+    });
+    connect(h, &ProcHandler::robotConnected, this,
+        [this](RobotInfo* robot) { events.append(robot ? u"connected robot"_s : u"connected null"_s); });
+    connect(h, &ProcHandler::authFailed, this, [this] { events.append(u"authFailed"_s); });
+    connect(h, &ProcHandler::onExit, this, [this](int code, QProcess::ExitStatus status) {
+        events.append(u"exit %1 %2"_s.arg(code).arg(status == QProcess::NormalExit ? "normal"_L1 : "crash"_L1));
+    });
+    h->start(runnerProgram(), {});
+    return h;
+}
+
+// Every value the simulator recorded under key, in order, as text; arrays are spread out.
+QStringList TestProcHandler::recorded(const QString& key) const
+{
+    QStringList values;
+    const QList<QByteArray> lines = testsupport::readFile(dir.filePath(u"record.jsonl"_s)).split('\n');
+    for (const QByteArray& line : lines) {
+        const QJsonValue value = QJsonDocument::fromJson(line).object().value(key);
+        if (value.isArray())
+            values += value.toVariant().toStringList();
+        else if (!value.isUndefined())
+            values.append(value.toVariant().toString());
+    }
+    return values;
+}
+
+// A zombie counts as ended: only its parent has yet to collect it.
+bool TestProcHandler::alive(qint64 pid)
+{
+    const QByteArray stat = testsupport::readFile(u"/proc/%1/stat"_s.arg(pid));
+    const qsizetype close = stat.lastIndexOf(')');
+    return pid > 1 && close > 0 && stat.mid(close + 2, 1) != "Z";
+}
+
+qint64 TestProcHandler::grandchild() const
+{
+    return recorded(u"child"_s).value(0).toLongLong();
 }
 
 QTEST_GUILESS_MAIN(TestProcHandler)

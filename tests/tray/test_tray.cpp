@@ -1,19 +1,26 @@
 #include "connectdialog.h"
+#include "statusdialog.h"
+#include "tempfiles.h"
 #include "tray.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QDesktopServices>
 #include <QDir>
-#include <QFile>
 #include <QLabel>
 #include <QMenu>
-#include <QStandardPaths>
+#include <QPointer>
+#include <QPushButton>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextEdit>
 #include <QUrl>
 
 #include <memory>
+#include <utility>
 
 // Records the addresses QDesktopServices is asked to open.
 class UrlRecorder : public QObject
@@ -27,7 +34,8 @@ public slots:
     void open(const QUrl& url) { opened.append(url); }
 };
 
-// The tray in process on a display with a tray host, so that its icon is a real embedded window.
+// The tray and a status dialog in process, on a display with a tray host, so that the tray's icon is a real
+// embedded window and its balloon shows.
 class TestTray final : public QObject
 {
     Q_OBJECT
@@ -36,192 +44,127 @@ private slots:
     void init();
     void cleanup();
     void menuOrderTextsAndChecks();
-    void autoStartSwitchWritesTheDesktopEntry();
     void autoStartFailureKeepsTheChecks();
-    void iconClicksShowTheWindow();
-    void openAndGetLogs();
-    void connectedShowsBalloon();
+    void middleClickShowsNothingOpenDoes();
+    void getLogsOpensTheFolder();
+    void connectedShowsBalloonForThreeSeconds();
+    void statusTextsAndSignals();
+    void logLinesAndBound();
 
 private:
-    QSystemTrayIcon* trayIcon() const { return tray->findChild<QSystemTrayIcon*>(); }
     QAction* menuEntry(const QString& text) const;
-    static ConnectDialog* mainWindow();
     static QWidget* topLevel(const char* className);
-    static QString entryPath();
+    static ConnectDialog* mainWindow() { return qobject_cast<ConnectDialog*>(topLevel("ConnectDialog")); }
+    QString state() const { return status->findChild<QLabel*>(QStringLiteral("statusLabel"))->text(); }
+    QPushButton* button(const char* name) const { return status->findChild<QPushButton*>(QLatin1String(name)); }
 
-    std::unique_ptr<QTemporaryDir> configHome;
+    // Never the user's own: the tests switch auto-start.
+    const QTemporaryDir configHome;
     std::unique_ptr<Tray> tray;
+    std::unique_ptr<StatusDialog> status;
 };
 
 void TestTray::init()
 {
-    // A folder name with a blank, as a real home may have.
-    configHome = std::make_unique<QTemporaryDir>(QDir::tempPath() + QStringLiteral("/config home XXXXXX"));
-    qputenv("XDG_CONFIG_HOME", configHome->path().toUtf8());
+    qputenv("XDG_CONFIG_HOME", configHome.path().toUtf8());
     tray = std::make_unique<Tray>();
+    status = std::make_unique<StatusDialog>(nullptr);
 }
 
 void TestTray::cleanup()
 {
+    status.reset();
     tray.reset();
-    configHome.reset();
 }
 
 QAction* TestTray::menuEntry(const QString& text) const
 {
-    const QList<QAction*> actions = tray->findChildren<QAction*>();
-    for (QAction* action : actions) {
-        if (action->text() == text) {
+    for (QAction* action : tray->findChildren<QAction*>()) {
+        if (action->text() == text)
             return action;
-        }
     }
     return nullptr;
-}
-
-ConnectDialog* TestTray::mainWindow()
-{
-    return qobject_cast<ConnectDialog*>(topLevel("ConnectDialog"));
 }
 
 QWidget* TestTray::topLevel(const char* className)
 {
-    const QWidgetList widgets = QApplication::topLevelWidgets();
-    for (QWidget* widget : widgets) {
-        if (widget->inherits(className)) {
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        if (widget->inherits(className))
             return widget;
-        }
     }
     return nullptr;
 }
 
-QString TestTray::entryPath()
-{
-    return QStandardPaths::writableLocation(QStandardPaths::ConfigLocation)
-        + QStringLiteral("/autostart/oxmerel.desktop");
-}
-
 void TestTray::menuOrderTextsAndChecks()
 {
-    QVERIFY(!tray->isVisible());
-    QVERIFY(trayIcon()->isVisible());
-    QCOMPARE(trayIcon()->toolTip(), QStringLiteral("Oxmerel"));
-    QVERIFY(!trayIcon()->icon().isNull());
-    QVERIFY(!tray->windowIcon().isNull());
-    QVERIFY(mainWindow() && mainWindow()->isVisible());
+    QSystemTrayIcon* icon = tray->findChild<QSystemTrayIcon*>();
+    const auto texts = [](const QMenu* menu) {
+        QStringList result;
+        for (const QAction* action : menu->actions())
+            result << (action->isSeparator() ? QStringLiteral("-") : action->text());
+        return result;
+    };
+    QCOMPARE(texts(icon->contextMenu()),
+        QStringList({ QStringLiteral("Settings"), QStringLiteral("-"), QStringLiteral("&Get Logs"),
+            QStringLiteral("&Open"), QStringLiteral("&Quit") }));
+    QMenu* settings = icon->contextMenu()->actions().constFirst()->menu();
+    QVERIFY(settings);
+    QCOMPARE(texts(settings), QStringList({ QStringLiteral("&Auto-Start"), QStringLiteral("&Do not Auto-Start") }));
+    // No entry yet: exactly "do not" is checked, and choosing it again keeps it checked.
+    QAction* on = settings->actions().at(0);
+    QAction* off = settings->actions().at(1);
+    QVERIFY(on->isCheckable() && !on->isChecked());
+    off->trigger();
+    QVERIFY(off->isCheckable() && off->isChecked());
 
-    const QList<QAction*> entries = trayIcon()->contextMenu()->actions();
-    QCOMPARE(entries.size(), 5);
-    QCOMPARE(entries[0]->text(), QStringLiteral("Settings"));
-    QVERIFY(entries[0]->menu());
-    QVERIFY(entries[1]->isSeparator());
-    QCOMPARE(entries[2]->text(), QStringLiteral("&Get Logs"));
-    QCOMPARE(entries[3]->text(), QStringLiteral("&Open"));
-    QCOMPARE(entries[4]->text(), QStringLiteral("&Quit"));
-
-    const QList<QAction*> settings = entries[0]->menu()->actions();
-    QCOMPARE(settings.size(), 2);
-    QCOMPARE(settings[0]->text(), QStringLiteral("&Auto-Start"));
-    QCOMPARE(settings[1]->text(), QStringLiteral("&Do not Auto-Start"));
-    // No entry yet: exactly "do not" is checked.
-    QVERIFY(settings[0]->isCheckable() && !settings[0]->isChecked());
-    QVERIFY(settings[1]->isCheckable() && settings[1]->isChecked());
-}
-
-void TestTray::autoStartSwitchWritesTheDesktopEntry()
-{
-    QAction* on = menuEntry(QStringLiteral("&Auto-Start"));
-    QAction* off = menuEntry(QStringLiteral("&Do not Auto-Start"));
-    QVERIFY(entryPath().startsWith(configHome->path()));
-
+    // At start the checks follow the entry on disk.
     on->trigger();
-    QVERIFY(on->isChecked() && !off->isChecked());
-    QFile entry(entryPath());
-    QVERIFY(entry.open(QIODevice::ReadOnly));
-    const QList<QByteArray> lines = entry.readAll().split('\n');
-    entry.close();
-    QVERIFY(lines.contains("Exec=\"" + QCoreApplication::applicationFilePath().toUtf8() + "\" --auto-start"));
-    QVERIFY(lines.contains("Name=Oxmerel"));
-
-    // Choosing the checked entry again keeps it checked (the action's own toggle must not win).
-    on->trigger();
-    QVERIFY(on->isChecked() && !off->isChecked());
-    QVERIFY(QFile::exists(entryPath()));
-
-    // A new start reads the switch from the entry.
     tray.reset();
     tray = std::make_unique<Tray>();
-    on = menuEntry(QStringLiteral("&Auto-Start"));
-    off = menuEntry(QStringLiteral("&Do not Auto-Start"));
-    QVERIFY(on->isChecked() && !off->isChecked());
-
-    off->trigger();
-    QVERIFY(!on->isChecked() && off->isChecked());
-    QVERIFY(!QFile::exists(entryPath()));
-    off->trigger();
-    QVERIFY(!on->isChecked() && off->isChecked());
+    QVERIFY(menuEntry(QStringLiteral("&Auto-Start"))->isChecked());
+    menuEntry(QStringLiteral("&Do not Auto-Start"))->trigger();
+    QVERIFY(!menuEntry(QStringLiteral("&Auto-Start"))->isChecked());
 }
 
 void TestTray::autoStartFailureKeepsTheChecks()
 {
     // The autostart folder cannot be made: a file holds its name.
-    QVERIFY(QDir().mkpath(configHome->path()));
-    QFile blocker(configHome->path() + QStringLiteral("/autostart"));
-    QVERIFY(blocker.open(QIODevice::WriteOnly));
-    blocker.close();
-
-    QAction* on = menuEntry(QStringLiteral("&Auto-Start"));
-    on->trigger();
-    QVERIFY(on->isChecked());
+    QVERIFY(QDir(configHome.path() + QStringLiteral("/autostart")).removeRecursively());
+    QVERIFY(testsupport::writeFile(configHome.path() + QStringLiteral("/autostart"), {}));
+    menuEntry(QStringLiteral("&Auto-Start"))->trigger();
+    QVERIFY(menuEntry(QStringLiteral("&Auto-Start"))->isChecked());
     QVERIFY(!menuEntry(QStringLiteral("&Do not Auto-Start"))->isChecked());
-    QVERIFY(!QFile::exists(entryPath()));
 }
 
-void TestTray::iconClicksShowTheWindow()
+void TestTray::middleClickShowsNothingOpenDoes()
 {
     QWidget* icon = topLevel("QSystemTrayIconSys");
     QVERIFY2(icon, "no tray icon embedded in the tray host");
-    ConnectDialog* window = mainWindow();
-    const QPoint middle = icon->rect().center();
-
-    window->hide();
-    QTest::mouseClick(icon, Qt::LeftButton, {}, middle);
-    QVERIFY(window->isVisible());
-
-    window->hide();
-    QTest::mouseDClick(icon, Qt::LeftButton, {}, middle);
-    QVERIFY(window->isVisible());
-
-    window->hide();
-    QTest::mouseClick(icon, Qt::MiddleButton, {}, middle);
-    QVERIFY(!window->isVisible());
-
-    // The right button opens the menu and nothing else.
-    QTest::mousePress(icon, Qt::RightButton, {}, middle);
-    QMenu* menu = trayIcon()->contextMenu();
-    QVERIFY(QTest::qWaitFor([&] { return menu->isVisible(); }, 5000));
-    QVERIFY(!window->isVisible());
-    menu->hide();
+    mainWindow()->hide();
+    QTest::mouseClick(icon, Qt::MiddleButton, {}, icon->rect().center());
+    QVERIFY(!mainWindow()->isVisible());
+    menuEntry(QStringLiteral("&Open"))->trigger();
+    QVERIFY(mainWindow()->isVisible());
+    QVERIFY(!tray->isVisible());
 }
 
-void TestTray::openAndGetLogs()
+void TestTray::getLogsOpensTheFolder()
 {
-    ConnectDialog* window = mainWindow();
-    window->hide();
-    menuEntry(QStringLiteral("&Open"))->trigger();
-    QVERIFY(window->isVisible());
-    QVERIFY(!tray->isVisible());
-
+    // The tray's entry and the status dialog's button hand over the logs folder's path as it is, not as a file:
+    // address.
     UrlRecorder recorder;
     QDesktopServices::setUrlHandler(QString(), &recorder, "open");
     menuEntry(QStringLiteral("&Get Logs"))->trigger();
+    button("logsButton")->click();
     QDesktopServices::unsetUrlHandler(QString());
-    QCOMPARE(recorder.opened, QList<QUrl> { QUrl(QDir::homePath() + QStringLiteral("/AppData/Local/Oxmerel/logs")) });
+    const QUrl folder(QDir::homePath() + QStringLiteral("/AppData/Local/Oxmerel/logs"));
+    QCOMPARE(recorder.opened, QList<QUrl>({ folder, folder }));
 }
 
-void TestTray::connectedShowsBalloon()
+void TestTray::connectedShowsBalloonForThreeSeconds()
 {
     emit mainWindow()->connected(QStringLiteral("acme"));
-    QWidget* balloon = nullptr;
+    QPointer<QWidget> balloon;
     QVERIFY(QTest::qWaitFor(
         [&] {
             balloon = topLevel("QBalloonTip");
@@ -229,14 +172,57 @@ void TestTray::connectedShowsBalloon()
         },
         5000));
     QStringList texts;
-    const QList<QLabel*> labels = balloon->findChildren<QLabel*>();
-    for (const QLabel* label : labels) {
-        texts.append(label->text());
+    for (const QLabel* label : balloon->findChildren<QLabel*>())
+        texts << label->text();
+    QVERIFY(texts.contains(QStringLiteral("Oxmerel")) && texts.contains(QStringLiteral("Robot connected to acme")));
+    QTest::qWait(2000);
+    QVERIFY(balloon && balloon->isVisible());
+    QVERIFY(QTest::qWaitFor([&] { return !balloon || !balloon->isVisible(); }, 3000));
+}
+
+void TestTray::statusTextsAndSignals()
+{
+    QSignalSpy connected(status.get(), &StatusDialog::connected);
+    QSignalSpy disconnected(status.get(), &StatusDialog::disconnected);
+    // None and values out of range change nothing; the waiting states read as connecting until a connection, which
+    // only a disconnect forgets.
+    const QList<std::pair<int, QString>> shown = { { StatusDialog::WaitingInput, QStringLiteral("Connecting") },
+        { StatusDialog::RunningFlow, QStringLiteral("Running flow") },
+        { StatusDialog::Stopped, QStringLiteral("Connected") },
+        { StatusDialog::Disconnected, QStringLiteral("Disconnected") },
+        { StatusDialog::None, QStringLiteral("Disconnected") }, { 9, QStringLiteral("Disconnected") },
+        { StatusDialog::Connected, QStringLiteral("Connected") },
+        { StatusDialog::WaitingInput, QStringLiteral("Waiting Input") },
+        { StatusDialog::Failed, QStringLiteral("Failed") },
+        { StatusDialog::WaitingSelection, QStringLiteral("Waiting Selection") },
+        { StatusDialog::Connecting, QStringLiteral("Connecting") } };
+    for (const auto& [value, text] : shown) {
+        // Owners drive the slot through the meta-object system, with the registered enumeration.
+        QVERIFY(QMetaObject::invokeMethod(
+            status.get(), "handleStatusChange", Q_ARG(StatusDialog::Status, static_cast<StatusDialog::Status>(value))));
+        QCOMPARE(state(), text);
     }
-    QVERIFY2(texts.contains(QStringLiteral("Oxmerel")), qPrintable(texts.join(QLatin1Char('|'))));
-    QVERIFY2(texts.contains(QStringLiteral("Robot connected to acme")), qPrintable(texts.join(QLatin1Char('|'))));
-    // It goes by itself after its three seconds.
-    QVERIFY(QTest::qWaitFor([&] { return !topLevel("QBalloonTip") || !balloon->isVisible(); }, 10000));
+    QCOMPARE(connected.count(), 1);
+    QCOMPARE(disconnected.count(), 1);
+
+    QTest::mouseClick(button("disconnectButton"), Qt::LeftButton);
+    QCOMPARE(disconnected.count(), 2);
+    QCOMPARE(state(), QString());
+    status->handleStatusChange(StatusDialog::WaitingSelection);
+    QCOMPARE(state(), QStringLiteral("Connecting"));
+}
+
+void TestTray::logLinesAndBound()
+{
+    status->handleLog(QStringLiteral("10:32:05"), QStringLiteral("warn"), QStringLiteral("Flow started"));
+    QTextDocument* document = status->findChild<QTextEdit*>(QStringLiteral("logs"))->document();
+    QCOMPARE(document->toPlainText(), QStringLiteral("10:32:05 WARN Flow started"));
+    for (int line = 2; line <= 8300; ++line)
+        status->handleLog(QStringLiteral("t"), QStringLiteral("info"), QString::number(line));
+    // The newest 8192 lines stay, with no undo history behind them.
+    QCOMPARE(document->blockCount(), 8192);
+    QCOMPARE(document->firstBlock().text(), QStringLiteral("t INFO 109"));
+    QVERIFY(!document->isUndoAvailable());
 }
 
 QTEST_MAIN(TestTray)

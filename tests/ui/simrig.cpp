@@ -3,19 +3,21 @@
 #include "paths.h"
 #include "qloadingbutton.h"
 #include "recordtypes.h"
+#include "tempfiles.h"
 #include "treeitem.h"
 #include "treewidget.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QFile>
-#include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
 #include <QTreeWidgetItem>
+#include <QVariant>
 
 #include <csignal>
 #include <unistd.h>
@@ -27,9 +29,8 @@ const QString testPassword = QStringLiteral("s3cret-pw");
 SimRig::SimRig()
 {
     registerRecordMetaTypes();
-    const QByteArray simDir = qgetenv("OXMEREL_SIM_DIR");
+    const QByteArray prefix = qgetenv("OXMEREL_SIM_DIR") + ':';
     const QByteArray path = qgetenv("PATH");
-    const QByteArray prefix = simDir + ':';
     if (!path.startsWith(prefix))
         qputenv("PATH", prefix + path);
     recordPath = dir.filePath(QStringLiteral("record.jsonl"));
@@ -39,132 +40,87 @@ SimRig::SimRig()
 
 SimRig::~SimRig()
 {
-    if (windowProbe)
-        windowProbe->exit();
-    windowProbe.reset();
+    if (window)
+        exit();
     window.reset();
     while (QWidget* modal = QApplication::activeModalWidget())
         delete modal;
-    killLeftovers();
+    for (const SimStart& start : runners() + agents()) {
+        const auto pid = static_cast<pid_t>(start.pid);
+        if (pid <= 1 || !alive(pid))
+            continue;
+        // Each runtime leads its own process group; never signal ours.
+        const pid_t group = getpgid(pid);
+        ::kill(group == pid && group != getpgrp() ? -group : pid, SIGKILL);
+    }
     QFile::remove(credentialsYamlPath());
     QDir(robotLocksDir()).removeRecursively();
 }
 
-ConnectDialogProbe& SimRig::open()
+Workspace* SimRig::open()
 {
     window = std::make_unique<ConnectDialog>(nullptr);
-    windowProbe = std::make_unique<ConnectDialogProbe>(window.get());
-    return *windowProbe;
+    d = window.get();
+    return current();
 }
 
-Workspace* SimRig::signIn()
+Workspace* SimRig::signIn(const QString& acmeRobots)
 {
-    Workspace* ws = open().current();
-    typeSignIn(ws->sessions.value(QString()), testWorkspace, testIdentity, testPassword);
-    return QTest::qWaitFor([ws] { return rowItem(ws, QStringLiteral("r2")) != nullptr; }, 10000) ? ws : nullptr;
+    testsupport::writeFile(credentialsYamlPath(), credentialsFile(acmeRobots).toUtf8());
+    open();
+    Workspace* acme = workspaces().value(0);
+    selectWorkspace(acme);
+    QTest::mouseClick(acme->sessions.value(QString())->signInButton, Qt::LeftButton);
+    const bool ready = QTest::qWaitFor(
+        [this, acme] { return agents().size() == 1 && rowItem(acme, QStringLiteral("r2")) != nullptr; }, 10000);
+    return ready ? acme : nullptr;
+}
+
+Workspace* SimRig::list(const QStringList& ids)
+{
+    if (!window)
+        open();
+    QList<RobotInfo*> robots;
+    for (const QString& id : ids) {
+        listed.push_back(std::make_unique<RobotInfo>(id, QStringLiteral("Robot ") + id));
+        robots.append(listed.back().get());
+    }
+    mergeListedRobots(current(), robots);
+    return current();
 }
 
 void SimRig::useScenario(const QString& text)
 {
     const QString path = dir.filePath(QStringLiteral("scenario.txt"));
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        file.write(text.toUtf8());
+    testsupport::writeFile(path, text.toUtf8());
     qputenv("OXMEREL_SIM_SCENARIO", QFile::encodeName(path));
 }
 
-void SimRig::writeCredentials(const QString& yaml)
+QList<SimStart> SimRig::starts(const QString& program) const
 {
-    QDir().mkpath(oxmerelHome());
-    QFile file(credentialsYamlPath());
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        file.write(yaml.toUtf8());
-}
-
-QString SimRig::credentialsText()
-{
-    QFile file(credentialsYamlPath());
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
-
-QList<QJsonObject> SimRig::records() const
-{
-    QList<QJsonObject> result;
-    QFile file(recordPath);
-    if (!file.open(QIODevice::ReadOnly))
-        return result;
-    const QList<QByteArray> lines = file.readAll().split('\n');
+    QList<SimStart> result;
+    const QList<QByteArray> lines = testsupport::readFile(recordPath).split('\n');
     for (const QByteArray& line : lines) {
-        const QJsonDocument doc = QJsonDocument::fromJson(line);
-        if (doc.isObject())
-            result.append(doc.object());
+        const QJsonObject record = QJsonDocument::fromJson(line).object();
+        const qint64 pid = record.value(QStringLiteral("pid")).toInteger();
+        if (record.value(QStringLiteral("program")).toString() == program)
+            result.append(SimStart { pid, record.value(QStringLiteral("argv")).toVariant().toStringList(), {} });
+        for (SimStart& start : result) {
+            if (start.pid == pid && record.contains(QStringLiteral("stdin")))
+                start.input.append(record.value(QStringLiteral("stdin")).toString());
+        }
     }
     return result;
 }
 
-QList<QJsonObject> SimRig::starts(const QString& program) const
+bool alive(qint64 pid)
 {
-    QList<QJsonObject> result;
-    const QList<QJsonObject> all = records();
-    for (const QJsonObject& record : all) {
-        if (record.contains(QStringLiteral("argv")) && record.value(QStringLiteral("program")).toString() == program)
-            result.append(record);
-    }
-    return result;
+    const QByteArray stat = testsupport::readFile(QStringLiteral("/proc/%1/stat").arg(pid));
+    const qsizetype close = stat.lastIndexOf(')');
+    return close > 0 && stat.size() > close + 2 && stat.at(close + 2) != 'Z';
 }
 
-QStringList SimRig::stdinOf(qint64 pid) const
-{
-    QStringList result;
-    const QList<QJsonObject> all = records();
-    for (const QJsonObject& record : all) {
-        if (pidOf(record) == pid && record.contains(QStringLiteral("stdin")))
-            result.append(record.value(QStringLiteral("stdin")).toString());
-    }
-    return result;
-}
-
-QStringList SimRig::argvOf(const QJsonObject& start)
-{
-    QStringList result;
-    const QJsonArray argv = start.value(QStringLiteral("argv")).toArray();
-    for (const QJsonValue& value : argv)
-        result.append(value.toString());
-    return result;
-}
-
-qint64 SimRig::pidOf(const QJsonObject& start)
-{
-    return start.value(QStringLiteral("pid")).toInteger();
-}
-
-bool SimRig::alive(qint64 pid)
-{
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (!stat.open(QIODevice::ReadOnly))
-        return false;
-    const QByteArray text = stat.readAll();
-    const qsizetype close = text.lastIndexOf(')');
-    return close > 0 && text.size() > close + 2 && text.at(close + 2) != 'Z';
-}
-
-void SimRig::killLeftovers() const
-{
-    const QList<QJsonObject> all = records();
-    for (const QJsonObject& record : all) {
-        const qint64 pid = pidOf(record);
-        if (!record.contains(QStringLiteral("argv")) || pid <= 1 || !alive(pid))
-            continue;
-        // Each runtime leads its own process group; never signal ours.
-        const pid_t group = getpgid(static_cast<pid_t>(pid));
-        if (group == static_cast<pid_t>(pid) && group != getpgrp())
-            ::kill(-group, SIGKILL);
-        else
-            ::kill(static_cast<pid_t>(pid), SIGKILL);
-    }
-}
-
-QTreeWidgetItem* SimRig::rowItem(Workspace* ws, const QString& id)
+QTreeWidgetItem* rowItem(Workspace* ws, const QString& id)
 {
     QTreeWidgetItem* root = ws->tree->topLevelItem(0);
     for (int i = 0; i < root->childCount(); ++i) {
@@ -174,58 +130,71 @@ QTreeWidgetItem* SimRig::rowItem(Workspace* ws, const QString& id)
     return nullptr;
 }
 
-TreeItem* SimRig::rowOf(Workspace* ws, const QString& id)
+TreeItem* rowOf(Workspace* ws, const QString& id)
 {
-    QTreeWidgetItem* item = rowItem(ws, id);
-    return item ? qobject_cast<TreeItem*>(ws->tree->itemWidget(item, 0)) : nullptr;
+    return qobject_cast<TreeItem*>(ws->tree->itemWidget(rowItem(ws, id), 0));
 }
 
-Session* SimRig::openRobot(Workspace* ws, const QString& id)
+bool isConnected(Workspace* ws, const QString& id)
+{
+    const Session* s = ws->sessions.value(id);
+    return s && s->connected;
+}
+
+Session* openRobot(Workspace* ws, const QString& id)
 {
     ws->tree->setCurrentItem(rowItem(ws, id));
     return ws->sessions.value(id);
 }
 
-void SimRig::typeInto(QLineEdit* field, const QString& text)
+void fillForm(Session* s, const QString& workspace, const QString& identity, const QString& password)
 {
-    QTest::mouseClick(field, Qt::LeftButton);
-    field->selectAll();
-    QTest::keyClick(field, Qt::Key_Delete);
-    QTest::keyClicks(field, text);
+    const QList<QLineEdit*> fields { s->workspaceEdit, s->identityEdit, s->passwordEdit };
+    const QStringList texts { workspace, identity, password };
+    for (int i = 0; i < fields.size(); ++i) {
+        QTest::mouseClick(fields[i], Qt::LeftButton);
+        QTest::keyClicks(fields[i], texts[i]);
+    }
 }
 
-void SimRig::typeSignIn(Session* s, const QString& workspace, const QString& identity, const QString& password)
-{
-    typeInto(s->workspaceEdit, workspace);
-    typeInto(s->identityEdit, identity);
-    typeInto(s->passwordEdit, password);
-    QTest::mouseClick(s->signInButton, Qt::LeftButton);
-}
-
-bool SimRig::clickModalButton(const QString& text)
+QString answerModal(const QString& click)
 {
     QWidget* modal = QApplication::activeModalWidget();
     if (!modal)
-        return false;
+        return QString();
+    QStringList texts;
+    const QList<QLabel*> labels = modal->findChildren<QLabel*>();
+    for (const QLabel* label : labels)
+        texts.append(label->text());
     const QList<QPushButton*> buttons = modal->findChildren<QPushButton*>();
     for (QPushButton* button : buttons) {
-        if (button->text() == text) {
+        if (!click.isEmpty() && button->text() == click) {
             QTest::mouseClick(button, Qt::LeftButton);
-            return true;
+            break;
         }
     }
-    return false;
+    return texts.join(QLatin1Char('|'));
 }
 
-QString SimRig::modalTexts()
+QString credentialsText()
 {
-    QStringList texts;
-    if (QWidget* modal = QApplication::activeModalWidget()) {
-        const QList<QLabel*> labels = modal->findChildren<QLabel*>();
-        for (const QLabel* label : labels)
-            texts.append(label->text());
-    }
-    return texts.join(QLatin1Char('|'));
+    return QString::fromUtf8(testsupport::readFile(credentialsYamlPath()));
+}
+
+QString credentialsFile(const QString& acmeRobots)
+{
+    return QStringLiteral("credentials:\n"
+                          "  acme.oxmerel.cloud:\n"
+                          "    identity: ann@acme.example\n"
+                          "    password: czNjcmV0LXB3\n" // the test password in base64
+                          "    robots: %1\n"
+                          "    vaults: {v1: kept-secret}\n"
+                          "  globex.oxmerel.cloud:\n"
+                          "    identity: bob@globex.example\n"
+                          "    password: Z2xvYmV4LXB3\n"
+                          "    robots: [r1]\n"
+                          "    extra: kept\n")
+        .arg(acmeRobots);
 }
 
 QString signInScenario(const QString& afterConnected)

@@ -1,73 +1,108 @@
 #pragma once
 
-#include "connectdialogprobe.h"
+#include "connectdialog.h"
+#include "session.h"
+#include "workspace.h"
 
-#include <QJsonObject>
-#include <QList>
-#include <QString>
-#include <QStringList>
 #include <QTemporaryDir>
 
 #include <memory>
+#include <vector>
 
-class QLineEdit;
 class QTreeWidgetItem;
 class TreeItem;
-
-// End-to-end rig for the window against the runtime simulator: puts the simulator first on PATH, gives it a scenario
-// and a record file, owns the window under test, and reads back what each simulated runtime was started with and
-// read on its standard input. Ending the rig quits the window and removes what the test left on disk.
-class SimRig
-{
-public:
-    SimRig();
-    ~SimRig();
-
-    ConnectDialogProbe& open();
-    ConnectDialog* dialog() const { return window.get(); }
-    ConnectDialogProbe& probe() const { return *windowProbe; }
-    // Opens the window, signs in to "acme.oxmerel.cloud" by typing, and waits for the listed robots' rows.
-    Workspace* signIn();
-
-    void useScenario(const QString& text);
-    static void writeCredentials(const QString& yaml);
-    static QString credentialsText();
-
-    QList<QJsonObject> records() const;
-    // Start records of one program ("oxmerel-runner" or "oxmerel-agent"), in start order.
-    QList<QJsonObject> starts(const QString& program) const;
-    QStringList stdinOf(qint64 pid) const;
-    static QStringList argvOf(const QJsonObject& start);
-    static qint64 pidOf(const QJsonObject& start);
-    // True while the process exists and is not a zombie.
-    static bool alive(qint64 pid);
-
-    static QTreeWidgetItem* rowItem(Workspace* ws, const QString& id);
-    static TreeItem* rowOf(Workspace* ws, const QString& id);
-    // Selects the robot's row, as a click would, and returns the robot's session.
-    static Session* openRobot(Workspace* ws, const QString& id);
-
-    static void typeInto(QLineEdit* field, const QString& text);
-    // Types the three texts into a sign-in form and clicks "Sign In".
-    static void typeSignIn(Session* s, const QString& workspace, const QString& identity, const QString& password);
-    // Clicks the button of the application's modal dialog that shows `text`.
-    static bool clickModalButton(const QString& text);
-    // All texts of the labels of the modal dialog, joined by "|".
-    static QString modalTexts();
-
-private:
-    void killLeftovers() const;
-
-    QTemporaryDir dir;
-    QString recordPath;
-    std::unique_ptr<ConnectDialog> window;
-    std::unique_ptr<ConnectDialogProbe> windowProbe;
-};
 
 extern const QString testWorkspace;
 extern const QString testIdentity;
 extern const QString testPassword;
 
+// One start of a simulated runtime program: its arguments and the lines it has read on its standard input so far.
+struct SimStart {
+    qint64 pid = 0;
+    QStringList argv;
+    QStringList input;
+};
+
+// True while the process exists and is not a zombie.
+bool alive(qint64 pid);
+QTreeWidgetItem* rowItem(Workspace* ws, const QString& id);
+TreeItem* rowOf(Workspace* ws, const QString& id);
+bool isConnected(Workspace* ws, const QString& id);
+// Selects the robot's row, as a click would, and returns the robot's session.
+Session* openRobot(Workspace* ws, const QString& id);
+// Types the texts into an empty sign-in form, as a user would.
+void fillForm(Session* s, const QString& workspace = testWorkspace, const QString& identity = testIdentity,
+    const QString& password = testPassword);
+// The label texts of the application's modal dialog, joined by "|"; then clicks its button `click`, if given.
+QString answerModal(const QString& click = QString());
+QString credentialsText();
+// Two entries: "acme.oxmerel.cloud" with the test identity and password, the given robots and a vault secret
+// "kept-secret"; "globex.oxmerel.cloud" with robots [r1] and a key "extra: kept" that the program does not know.
+QString credentialsFile(const QString& acmeRobots);
 // A runner that signs in (password prompt, "Acme", robots r1 "Invoices" and r2 "Reports"), then waits for a robot id,
 // reports it connected and goes on with `afterConnected`; an agent that stays up.
 QString signInScenario(const QString& afterConnected = QStringLiteral("hang"));
+
+// Test access to the window's records and private helpers (the window declares this class a friend).
+class ConnectDialogProbe
+{
+public:
+    Workspace* current() const { return d->currentWorkspace; }
+    QList<Workspace*> workspaces() const
+    {
+        QList<Workspace*> result;
+        for (const QString& id : d->workspaceOrder)
+            result.append(d->workspacesById.value(id));
+        return result;
+    }
+    QWidget* shownPage() const { return d->shownPage; }
+    Workspace* addConnect() { return d->addConnect(); }
+    void selectWorkspace(Workspace* ws) { d->handleWSClicked(ws->getId()); }
+    // The robot's session with its log page on screen, as when it is connected.
+    Session* showLog(const QString& id)
+    {
+        Session* s = openRobot(d->currentWorkspace, id);
+        d->showPageContent(s, s->logPage);
+        return s;
+    }
+    void logLine(Session* s, const QString& msg)
+    {
+        d->receivedLog(s, QStringLiteral("t"), QStringLiteral("info"), msg);
+    }
+    void exit() { d->exit(); }
+
+protected:
+    void mergeListedRobots(Workspace* ws, const QList<RobotInfo*>& robots) { d->mergeListedRobots(ws, robots); }
+
+    ConnectDialog* d = nullptr;
+};
+
+// Owns the window under test and runs it against the runtime simulator, first on PATH and recording each start and
+// stdin line. Ending the rig quits the window, kills leftover runtimes and removes what the test left on disk.
+class SimRig : public ConnectDialogProbe
+{
+public:
+    SimRig();
+    ~SimRig();
+
+    // Opens the window and returns its current workspace.
+    Workspace* open();
+    ConnectDialog* dialog() const { return window.get(); }
+    // Writes credentialsFile(acmeRobots), opens the window and signs in to its "acme" entry with one click; returns
+    // that workspace once the agent has started and the robots are listed.
+    Workspace* signIn(const QString& acmeRobots = QStringLiteral("[]"));
+    // Merges a listing of robots named "Robot <id>" into the current workspace, opening the window first if needed.
+    Workspace* list(const QStringList& ids);
+    void useScenario(const QString& text);
+    QList<SimStart> runners() const { return starts(QStringLiteral("oxmerel-runner")); }
+    QList<SimStart> agents() const { return starts(QStringLiteral("oxmerel-agent")); }
+
+private:
+    QList<SimStart> starts(const QString& program) const;
+
+    QTemporaryDir dir;
+    QString recordPath;
+    // The window never frees listed robots.
+    std::vector<std::unique_ptr<RobotInfo>> listed;
+    std::unique_ptr<ConnectDialog> window;
+};

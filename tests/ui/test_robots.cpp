@@ -1,43 +1,35 @@
-// Robot connection control end to end against the runtime simulator: connecting from the row, the runtime exiting on
-// its own, lock mode and the robot options.
+// Robots end to end against the runtime simulator: connection control from the row with the robot options, the
+// runtime exiting on its own, lock mode, and the log view's bound, unread badges and search.
 #include "credentialsstore.h"
 #include "paths.h"
-#include "qloadingbutton.h"
 #include "simrig.h"
 #include "treeitem.h"
-#include "treewidget.h"
 #include "yamlconvert.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QDesktopServices>
+#include <QDir>
 #include <QFile>
-#include <QFileInfo>
+#include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QTest>
+#include <QTextBlock>
+#include <QTreeWidgetItem>
+#include <QUrl>
 
 namespace {
 
 const QString r1 = QStringLiteral("r1");
+const QString r2 = QStringLiteral("r2");
 
-QString lockFile(const QString& id)
+void verifyIdleRow(Workspace* ws)
 {
-    return robotLocksDir() + QStringLiteral("/") + id + QStringLiteral(".lock");
-}
-
-bool isConnected(Workspace* ws, const QString& id)
-{
-    const Session* s = ws->sessions.value(id);
-    return s && s->connected;
-}
-
-void verifyIdleRow(Workspace* ws, const QString& id)
-{
-    TreeItem* row = SimRig::rowOf(ws, id);
-    QVERIFY(!ws->sessions.contains(id));
-    QCOMPARE(row->nameLabel->property("connected").toBool(), false);
+    TreeItem* row = rowOf(ws, r1);
+    QVERIFY(!ws->sessions.contains(r1));
     QCOMPARE(row->nameLabel->palette().color(QPalette::WindowText), QColor(0x8e9297));
-    QCOMPARE(SimRig::rowItem(ws, id)->foreground(0).color(), QColor(0xFF0000));
+    QCOMPARE(rowItem(ws, r1)->foreground(0).color(), QColor(0xFF0000));
     QVERIFY(row->connectAct->isEnabled() && !row->disconnectAct->isEnabled());
 }
 
@@ -47,169 +39,141 @@ class TestRobots final : public QObject
 {
     Q_OBJECT
 
+public slots:
+    // Catches what the window asks the desktop to open.
+    void openUrl(const QUrl& url) { openedUrls.append(url); }
+
 private slots:
     void init() { rig = std::make_unique<SimRig>(); }
     void cleanup() { rig.reset(); }
     void connectFromTheRowThenDisconnect();
-    void reconnectingKeepsOnePagePerRobot();
     void robotWhoseRuntimeExitsEndsIdleAndForgotten();
-    void lockingAnIdleRobotAsksNothing();
-    void lockingAConnectedRobotAsksAndRestarts();
-    void optionsCountFromTheNextConnect();
+    void lockModeAsksOnlyWhenConnected();
+    void viewKeepsTheNewest8192Lines();
+    void badgesCountUnseenLines();
+    void searchWrapsOnceThenReportsNotFound();
 
 private:
-    QStringList runnerArgv(int index) const
-    {
-        return SimRig::argvOf(rig->starts(QStringLiteral("oxmerel-runner")).value(index));
-    }
-
     std::unique_ptr<SimRig> rig;
+    QList<QUrl> openedUrls;
 };
 
 void TestRobots::connectFromTheRowThenDisconnect()
 {
     Workspace* ws = rig->signIn();
     QVERIFY(ws);
-    TreeItem* row = SimRig::rowOf(ws, r1);
+    Session* s = openRobot(ws, r1);
+    // The options are read when the runtime starts: changed before the connect they count, while connected they wait.
+    QTest::mouseClick(s->sendCrashDumpBox, Qt::LeftButton);
+    QTest::mouseClick(s->noDesignerAttachBox, Qt::LeftButton);
+    TreeItem* row = rowOf(ws, r1);
     row->connectAct->trigger();
     QTRY_VERIFY(isConnected(ws, r1));
-    Session* s = ws->sessions.value(r1);
-    const qint64 runner = SimRig::pidOf(rig->starts(QStringLiteral("oxmerel-runner")).at(1));
-    QCOMPARE(rig->stdinOf(runner), QStringList({ testPassword, r1 }));
-    QCOMPARE(ws->robots, QStringList({ r1 }));
+    const SimStart runner = rig->runners().at(1);
+    QCOMPARE(runner.argv.mid(6), QStringList({ QStringLiteral("--remember"), QStringLiteral("-n") }));
+    QTest::mouseClick(s->sendCrashDumpBox, Qt::LeftButton);
 
-    // Connected: white name, the connected menu, its log page on screen with the runtime's lines.
     QCOMPARE(row->nameLabel->palette().color(QPalette::WindowText), QColor(0xffffff));
-    QVERIFY(!row->connectAct->isEnabled() && row->disconnectAct->isEnabled() && row->clearAct->isEnabled());
-    QCOMPARE(rig->probe().shownPage(), s->page);
-    QVERIFY(s->logView->isVisible());
-    QTRY_COMPARE(s->logView->toPlainText(), QStringLiteral("10:00:00 INFO connected r1"));
 
     row->disconnectAct->trigger();
-    verifyIdleRow(ws, r1);
-    QTRY_VERIFY(!SimRig::alive(runner));
-}
+    verifyIdleRow(ws);
+    QTRY_VERIFY(!alive(runner.pid));
+    QCOMPARE(rig->runners().size(), 2);
 
-void TestRobots::reconnectingKeepsOnePagePerRobot()
-{
-    Workspace* ws = rig->signIn();
-    QVERIFY(ws);
-    TreeItem* row = SimRig::rowOf(ws, r1);
-    for (int i = 0; i < 3; ++i) {
-        row->connectAct->trigger();
-        QTRY_VERIFY(isConnected(ws, r1));
-        row->disconnectAct->trigger();
-        SimRig::openRobot(ws, QStringLiteral("r2"));
-    }
-    // The sign-in page, r2's page and r1's last page; the pages of earlier connections are gone.
-    QTRY_COMPARE(rig->dialog()->findChildren<QPlainTextEdit*>().size(), 3);
+    // The session is gone, but "Logs" still opens the folder named by the workspace's and the robot's names.
+    QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openUrl");
+    row->logsAct->trigger();
+    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+    const QString folder = QDir::homePath() + QStringLiteral("/AppData/Local/Oxmerel/logs/Acme/Invoices");
+    QCOMPARE(openedUrls, QList<QUrl>({ QUrl::fromLocalFile(folder) }));
 }
 
 void TestRobots::robotWhoseRuntimeExitsEndsIdleAndForgotten()
 {
-    // The first entry remembers r1; the second keeps robots and vault secrets that the rewrite must not lose.
-    SimRig::writeCredentials(QStringLiteral("credentials:\n"
-                                            "  acme.oxmerel.cloud:\n"
-                                            "    identity: ann@acme.example\n"
-                                            "    password: czNjcmV0LXB3\n"
-                                            "    robots: [r1]\n"
-                                            "  beta.oxmerel.cloud:\n"
-                                            "    identity: bob@beta.example\n"
-                                            "    password: czNjcmV0LXB3\n"
-                                            "    robots: [r1]\n"
-                                            "    vaults: {v1: kept-secret}\n"));
     rig->useScenario(signInScenario(QStringLiteral("sleep 1500\nexit 3")));
-    ConnectDialogProbe& probe = rig->open();
-    Workspace* ws = probe.workspaces().first();
-    probe.selectWorkspace(ws);
-    QTest::mouseClick(ws->sessions.value(QString())->signInButton, Qt::LeftButton);
-
+    Workspace* ws = rig->signIn(QStringLiteral("[r1]"));
+    QVERIFY(ws);
     QTRY_VERIFY(isConnected(ws, r1));
     QTRY_VERIFY(!ws->sessions.contains(r1));
-    verifyIdleRow(ws, r1);
-    QVERIFY(ws->robots.isEmpty());
+    verifyIdleRow(ws);
+    // Only this robot leaves the file; the other entry keeps its own.
     const YAML::Node entries = loadCredentials()["credentials"];
     QCOMPARE(entries[testWorkspace]["robots"].as<QStringList>(), QStringList());
-    QCOMPARE(entries[QStringLiteral("beta.oxmerel.cloud")]["robots"].as<QStringList>(), QStringList({ r1 }));
-    QCOMPARE(
-        entries[QStringLiteral("beta.oxmerel.cloud")]["vaults"]["v1"].as<QString>(), QStringLiteral("kept-secret"));
+    QCOMPARE(entries[QStringLiteral("globex.oxmerel.cloud")]["robots"].as<QStringList>(), QStringList({ r1 }));
 }
 
-void TestRobots::lockingAnIdleRobotAsksNothing()
+void TestRobots::lockModeAsksOnlyWhenConnected()
 {
     Workspace* ws = rig->signIn();
     QVERIFY(ws);
-    SimRig::openRobot(ws, r1);
-    TreeItem* row = SimRig::rowOf(ws, r1);
-
-    row->lockAct->trigger();
-    QVERIFY(QFile::exists(lockFile(r1)));
-    QCOMPARE(QFileInfo(lockFile(r1)).size(), 0);
-    QVERIFY(!row->lockLabel->isHidden());
+    openRobot(ws, r2);
+    TreeItem* idle = rowOf(ws, r2);
+    idle->lockAct->trigger();
+    QVERIFY(QFile::exists(robotLocksDir() + QStringLiteral("/r2.lock")));
+    QVERIFY(!idle->lockLabel->isHidden());
     QVERIFY(!QApplication::activeModalWidget());
 
-    // Unlocking deletes the file, and is harmless when the file is already gone.
-    QFile::remove(lockFile(r1));
-    row->lockAct->trigger();
-    QVERIFY(!QFile::exists(lockFile(r1)));
-    QVERIFY(row->lockLabel->isHidden());
-}
-
-void TestRobots::lockingAConnectedRobotAsksAndRestarts()
-{
-    Workspace* ws = rig->signIn();
-    QVERIFY(ws);
-    TreeItem* row = SimRig::rowOf(ws, r1);
+    TreeItem* row = rowOf(ws, r1);
     row->connectAct->trigger();
     QTRY_VERIFY(isConnected(ws, r1));
-    const qint64 firstRunner = SimRig::pidOf(rig->starts(QStringLiteral("oxmerel-runner")).at(1));
-
+    const qint64 firstRunner = rig->runners().at(1).pid;
     row->lockAct->trigger();
-    QTRY_VERIFY(SimRig::modalTexts().contains(
-        QStringLiteral("The robot has to be restarted in order to enable lock mode. Do you want to restart now?")));
-    QVERIFY(SimRig::modalTexts().contains(QStringLiteral("Lock Mode")));
-    QVERIFY(QFile::exists(lockFile(r1)));
-    QVERIFY(row->lockLabel->isHidden());
-    QVERIFY(SimRig::clickModalButton(QStringLiteral("Yes")));
-    QTRY_COMPARE(rig->starts(QStringLiteral("oxmerel-runner")).size(), 3);
-    QVERIFY(runnerArgv(2).contains(QStringLiteral("--lock")));
-    QVERIFY(!runnerArgv(1).contains(QStringLiteral("--lock")));
-    QTRY_VERIFY(!SimRig::alive(firstRunner));
+    QVERIFY(answerModal(QStringLiteral("Yes")).contains(QStringLiteral("Do you want to restart now?")));
+    QTRY_COMPARE(rig->runners().size(), 3);
+    QVERIFY(rig->runners().at(2).argv.contains(QStringLiteral("--lock")));
+    QTRY_VERIFY(!alive(firstRunner));
     QTRY_VERIFY(isConnected(ws, r1));
-    QVERIFY(!row->lockLabel->isHidden());
-
-    // "No" leaves the file changed and the running robot as it is.
-    row->lockAct->trigger();
-    QTRY_VERIFY(SimRig::modalTexts().contains(
-        QStringLiteral("The robot has to be restarted in order to disable lock mode. Do you want to restart now?")));
-    QVERIFY(SimRig::clickModalButton(QStringLiteral("No")));
-    QTest::qWait(200);
-    QVERIFY(!QFile::exists(lockFile(r1)));
-    QCOMPARE(rig->starts(QStringLiteral("oxmerel-runner")).size(), 3);
-    QVERIFY(isConnected(ws, r1));
 }
 
-void TestRobots::optionsCountFromTheNextConnect()
+void TestRobots::viewKeepsTheNewest8192Lines()
 {
-    Workspace* ws = rig->signIn();
-    QVERIFY(ws);
-    Session* s = SimRig::openRobot(ws, r1);
-    QVERIFY(s->sendCrashDumpBox->isVisible() && s->sendCrashDumpBox->isChecked());
-    QVERIFY(!s->noDesignerAttachBox->isChecked());
-    QTest::mouseClick(s->sendCrashDumpBox, Qt::LeftButton);
-    QTest::mouseClick(s->noDesignerAttachBox, Qt::LeftButton);
-    QCOMPARE(rig->starts(QStringLiteral("oxmerel-runner")).size(), 1);
+    rig->list({ r1 });
+    Session* s = rig->showLog(r1);
+    for (int i = 1; i <= 8193; ++i)
+        rig->logLine(s, QString::number(i));
+    QTRY_COMPARE(s->logView->document()->lastBlock().text(), QStringLiteral("t INFO 8193"));
+    QCOMPARE(s->logView->blockCount(), 8192);
+    QCOMPARE(s->logView->document()->firstBlock().text(), QStringLiteral("t INFO 2"));
+}
 
-    SimRig::rowOf(ws, r1)->connectAct->trigger();
-    QTRY_VERIFY(isConnected(ws, r1));
-    QCOMPARE(runnerArgv(1).mid(6), QStringList({ QStringLiteral("--remember"), QStringLiteral("-n") }));
+void TestRobots::badgesCountUnseenLines()
+{
+    Workspace* ws = rig->list({ r1 });
+    Session* viewed = rig->showLog(r1);
+    TreeItem* row = rowOf(ws, r1);
 
-    // While connected a change starts nothing and stops nothing.
-    QTest::mouseClick(s->sendCrashDumpBox, Qt::LeftButton);
-    QVERIFY(s->sendCrashDump);
-    QTest::qWait(200);
-    QCOMPARE(rig->starts(QStringLiteral("oxmerel-runner")).size(), 2);
-    QVERIFY(isConnected(ws, r1));
+    // In a workspace that is not current, the badge sums the rows before the new line is counted: one line behind.
+    rig->addConnect();
+    rig->logLine(viewed, QStringLiteral("one"));
+    QCOMPARE(ws->badge->text(), QStringLiteral("0"));
+    QVERIFY(!ws->badge->isHidden());
+    QCOMPARE(row->badgeLabel->text(), QStringLiteral("1"));
+    rig->logLine(viewed, QStringLiteral("two"));
+    QCOMPARE(ws->badge->text(), QStringLiteral("1"));
+    QCOMPARE(row->badgeLabel->text(), QStringLiteral("2"));
+    rig->selectWorkspace(ws);
+    QVERIFY(ws->badge->isHidden());
+}
+
+void TestRobots::searchWrapsOnceThenReportsNotFound()
+{
+    rig->list({ r1 });
+    Session* s = rig->showLog(r1);
+    rig->logLine(s, QStringLiteral("needle near the top"));
+    for (int i = 0; i < 20; ++i)
+        rig->logLine(s, QStringLiteral("hay %1").arg(i));
+    QTRY_COMPARE(s->logView->blockCount(), 21);
+    s->logView->moveCursor(QTextCursor::End);
+
+    QTest::keyClicks(s->searchEdit, QStringLiteral("needle"));
+    QTest::keyClick(s->searchEdit, Qt::Key_Return);
+    QCOMPARE(s->logView->textCursor().selectedText(), QStringLiteral("needle"));
+
+    const int before = s->logView->textCursor().position();
+    s->searchEdit->setText(QStringLiteral("absent"));
+    QTest::keyClick(s->searchEdit, Qt::Key_Return);
+    QVERIFY(answerModal().contains(QStringLiteral("Not Found")));
+    QCOMPARE(s->logView->textCursor().position(), before);
 }
 
 QTEST_MAIN(TestRobots)
