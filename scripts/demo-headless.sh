@@ -35,6 +35,12 @@ for step in 1 2 3; do
         exit 1
     fi
     import -window root "$shots/demo-$step.png"
+    if [ "$step" = 1 ]; then
+        # Select the signed-in workspace, as a user would, so that its robots tree shows beside the log.
+        window=$(xdotool search --onlyvisible --pid "$app" --name "Oxmerel Connect" | head -n1)
+        eval "$(xdotool getwindowgeometry --shell "$window")"
+        xdotool mousemove $((X + 37)) $((Y + 130)) click 1
+    fi
 done
 echo "Screenshots of the demo: $shots"
 ls -1 "$shots"
