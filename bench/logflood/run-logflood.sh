@@ -4,7 +4,8 @@
 # robot's log page is shown. Then the same lines go to a minimal Qt program that appends each read to a bounded
 # QPlainTextEdit. For both it prints lines per second drained, CPU seconds per 100,000 lines and resident memory
 # after the first 10,000 lines and after all of them, and how long its event loop takes to answer during the flood
-# (median and worst of a ping every 100 ms: the delay a click or a repaint would see).
+# (median, 95th percentile and worst of a ping every 100 ms: the delay a click or a repaint would see), and the same
+# for three seconds once the flood is over, which shows what the machine itself adds.
 # Usage: run-logflood.sh <build dir> [lines] [screenshot.png]
 set -euo pipefail
 build=$(cd "$1" && pwd)
@@ -103,16 +104,19 @@ measure() {
     rss_end=$(rss_kib "$consumer")
     kill -TERM "$probe" 2>/dev/null || true
     wait "$probe" 2>/dev/null || true
-    local pings
+    local pings idle
     pings=$(cat "$work/$name.ping")
+    idle=$("$build/bin/ping_probe" "$consumer" 3)
     local hz
     hz=$(getconf CLK_TCK)
     awk -v n="$lines" -v t0="$t0" -v t1="$t1" -v c="$((c1 - c0))" -v hz="$hz" -v r1="$rss10k" -v r2="$rss_end" \
-        -v name="$name" -v pings="$pings" 'BEGIN {
+        -v name="$name" -v pings="$pings" -v idle="$idle" 'BEGIN {
             split(pings, p, " ")
-            printf "%-8s %10.0f lines/s  %6.3f CPU s/100k lines  RSS %7.1f MiB after 10k, %7.1f MiB after all  " \
-                "answers in %.1f ms median, %.1f ms worst (%d pings)\n",
-                name, n / (t1 - t0), c / hz / (n / 100000), r1 / 1024, r2 / 1024, p[2], p[3], p[1] }'
+            split(idle, q, " ")
+            printf "%-8s %10.0f lines/s  %6.3f CPU s/100k lines  RSS %5.1f MiB after 10k, %5.1f MiB after all\n" \
+                "         answers during the flood in %.1f ms median, %.1f ms 95%%, %.1f ms worst (%d pings); " \
+                "idle afterwards %.1f / %.1f / %.1f ms\n",
+                name, n / (t1 - t0), c / hz / (n / 100000), r1 / 1024, r2 / 1024, p[2], p[3], p[4], p[1], q[2], q[3], q[4] }'
 }
 
 export PATH="$sim:$PATH"
