@@ -14,7 +14,7 @@ cleanup() {
 trap cleanup EXIT
 
 displayfile=$(mktemp)
-Xvfb -displayfd 5 -screen 0 1280x800x24 -nolisten tcp 5>"$displayfile" 2>/dev/null &
+Xvfb -displayfd 5 -screen 0 1280x800x24 -nolisten tcp -noreset 5>"$displayfile" 2>/dev/null &
 pids+=($!)
 for _ in $(seq 100); do [ -s "$displayfile" ] && break; sleep 0.05; done
 export DISPLAY=":$(head -n1 "$displayfile")"

@@ -29,7 +29,9 @@ trap cleanup EXIT
 
 if [ "$desktop" = 1 ]; then
     displayfile="$home/display"
-    Xvfb -displayfd 5 -screen 0 1280x800x24 -nolisten tcp 5>"$displayfile" 2>"$home/xvfb.log" &
+    # -noreset: by default the server resets whenever its last client leaves, and a client that connects meanwhile
+    # (the next program run, an xdotool call) is refused.
+    Xvfb -displayfd 5 -screen 0 1280x800x24 -nolisten tcp -noreset 5>"$displayfile" 2>"$home/xvfb.log" &
     pids+=($!)
     for _ in $(seq 100); do
         [ -s "$displayfile" ] && break
