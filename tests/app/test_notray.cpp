@@ -34,7 +34,7 @@ void TestNotray::criticalMessageThenExitOne()
         ProgramDriver::runTool(QStringLiteral("xdotool"),
             { QStringLiteral("mousemove"), QStringLiteral("--window"), box, QString::number(area.width() / 2),
                 QString::number(area.height() / 2) });
-        ProgramDriver::keys({ QStringLiteral("Return") });
+        ProgramDriver::keys(box, { QStringLiteral("Return") });
         QCOMPARE(ProgramDriver::waitForExit(program, 15000), 1);
     }
 }

@@ -32,8 +32,8 @@ private:
     static Running startToWindow(ProgramDriver& driver, const QStringList& arguments = {});
     // Opens the tray menu and answers the menu window.
     static QString openTrayMenu(const Running& running);
-    // Opens the Settings submenu of the tray menu, ready for its keys.
-    static bool openSettingsSubmenu(const Running& running);
+    // The Settings submenu, opened from the tray menu; empty when it does not show.
+    static QString openSettingsSubmenu(const Running& running);
     static bool quitFromTrayMenu(const Running& running);
     // The main window while it is shown; empty when it does not show within timeoutMs.
     static QString mainWindow(const Running& running, int timeoutMs = windowTimeoutMs);
@@ -74,32 +74,26 @@ QString TestProgram::openTrayMenu(const Running& running)
     return ProgramDriver::waitForNewWindow(running.program->processId(), before, menuTimeoutMs);
 }
 
-bool TestProgram::openSettingsSubmenu(const Running& running)
+QString TestProgram::openSettingsSubmenu(const Running& running)
 {
-    // A popup opened while the host still holds the pointer grab of the click may not get the keys: close it and
-    // try again.
-    for (int attempt = 0; attempt < 3; ++attempt) {
-        if (openTrayMenu(running).isEmpty()) {
-            continue;
-        }
-        const QStringList before = ProgramDriver::visibleWindows(running.program->processId());
-        // Settings is the menu's first entry.
-        ProgramDriver::keys({ QStringLiteral("Down"), QStringLiteral("Right") });
-        if (!ProgramDriver::waitForNewWindow(running.program->processId(), before, menuTimeoutMs / 3).isEmpty()) {
-            return true;
-        }
-        ProgramDriver::keys({ QStringLiteral("Escape"), QStringLiteral("Escape") });
+    const QString menu = openTrayMenu(running);
+    if (menu.isEmpty()) {
+        return {};
     }
-    return false;
+    const QStringList before = ProgramDriver::visibleWindows(running.program->processId());
+    // Settings is the menu's first entry.
+    ProgramDriver::keys(menu, { QStringLiteral("Down"), QStringLiteral("Right") });
+    return ProgramDriver::waitForNewWindow(running.program->processId(), before, menuTimeoutMs);
 }
 
 // Quits with "&Quit" and answers whether the program then ended with 0.
 bool TestProgram::quitFromTrayMenu(const Running& running)
 {
-    if (openTrayMenu(running).isEmpty()) {
+    const QString menu = openTrayMenu(running);
+    if (menu.isEmpty()) {
         return false;
     }
-    ProgramDriver::keys({ QStringLiteral("q") });
+    ProgramDriver::keys(menu, { QStringLiteral("q") });
     return ProgramDriver::waitForExit(running.program, exitTimeoutMs) == 0;
 }
 
@@ -161,9 +155,10 @@ void TestProgram::trayIconShowsTheClosedWindow()
     // A right click only opens the menu. Quitting from it works with the window closed: the tray is what keeps the
     // program alive.
     QVERIFY(closeWindow(running));
-    QVERIFY(!openTrayMenu(running).isEmpty());
+    const QString menu = openTrayMenu(running);
+    QVERIFY(!menu.isEmpty());
     QVERIFY(mainWindow(running, 1000).isEmpty());
-    ProgramDriver::keys({ QStringLiteral("q") });
+    ProgramDriver::keys(menu, { QStringLiteral("q") });
     QCOMPARE(ProgramDriver::waitForExit(running.program, exitTimeoutMs), 0);
 }
 
@@ -178,8 +173,9 @@ void TestProgram::autoStartSwitchSurvivesRestart()
     ProgramDriver driver;
     Running running = startToWindow(driver);
     QVERIFY(!running.trayIcon.isEmpty());
-    QVERIFY(openSettingsSubmenu(running));
-    ProgramDriver::keys({ QStringLiteral("a") });
+    QString settings = openSettingsSubmenu(running);
+    QVERIFY(!settings.isEmpty());
+    ProgramDriver::keys(settings, { QStringLiteral("a") });
     QVERIFY(QTest::qWaitFor([&] { return QFile::exists(entry); }, menuTimeoutMs));
     QFile file(entry);
     QVERIFY(file.open(QIODevice::ReadOnly));
@@ -190,8 +186,9 @@ void TestProgram::autoStartSwitchSurvivesRestart()
     running = startToWindow(driver, { QStringLiteral("--auto-start") });
     QVERIFY(!running.trayIcon.isEmpty());
     QVERIFY(QFile::exists(entry));
-    QVERIFY(openSettingsSubmenu(running));
-    ProgramDriver::keys({ QStringLiteral("d") });
+    settings = openSettingsSubmenu(running);
+    QVERIFY(!settings.isEmpty());
+    ProgramDriver::keys(settings, { QStringLiteral("d") });
     QVERIFY(QTest::qWaitFor([&] { return !QFile::exists(entry); }, menuTimeoutMs));
     QVERIFY(quitFromTrayMenu(running));
 }

@@ -188,10 +188,15 @@ void ProgramDriver::parkPointer()
         { QStringLiteral("mousemove"), QStringLiteral("0"), QString::number(std::max(0, height - 1)) });
 }
 
-void ProgramDriver::keys(const QStringList& names)
+void ProgramDriver::keys(const QString& window, const QStringList& names)
 {
     runTool(QStringLiteral("xdotool"),
-        QStringList { QStringLiteral("key"), QStringLiteral("--delay"), QStringLiteral("150") } + names);
+        QStringList { QStringLiteral("key"), QStringLiteral("--window"), window, QStringLiteral("--delay"),
+            QStringLiteral("150") }
+            + names);
+    // To a focused window xdotool presses through the server like a real keyboard, and when the press closes that
+    // window it fails before the release: the key would stay down and repeat into the next program's windows.
+    runTool(QStringLiteral("xdotool"), QStringList { QStringLiteral("keyup") } + names);
 }
 
 QImage ProgramDriver::grab(const QString& window)

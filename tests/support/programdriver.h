@@ -56,8 +56,9 @@ public:
     // so that no tool tip shows and an open menu keeps its keyboard highlight.
     static void clickTrayIcon(const QString& icon, int button = 1);
     static void doubleClickTrayIcon(const QString& icon);
-    // Presses keys (xdotool key names) on whatever holds the keyboard.
-    static void keys(const QStringList& names);
+    // Presses keys (xdotool key names) in a window. They are sent to it directly, so that neither the keyboard focus
+    // nor a grab still held by the tray host on a busy machine decides where they land.
+    static void keys(const QString& window, const QStringList& names);
     static QImage grab(const QString& window);
 
 private:

@@ -182,8 +182,8 @@ void TestTray::connectedShowsBalloonForThreeSeconds()
     QVERIFY(texts.contains(QStringLiteral("Oxmerel")) && texts.contains(QStringLiteral("Robot connected to acme")));
     QVERIFY(QTest::qWaitFor([&] { return !balloon || !balloon->isVisible(); }, 15000));
     const qint64 shownFor = sinceConnected.elapsed();
-    // Qt's own default is ten seconds.
-    QVERIFY2(shownFor >= 3000 && shownFor < 9000, QByteArray::number(shownFor));
+    // Qt's own default is ten seconds; a coarse timer such as the balloon's may fire up to 5% early.
+    QVERIFY2(shownFor >= 2850 && shownFor < 9000, QByteArray::number(shownFor));
 }
 
 void TestTray::statusTextsAndSignals()
