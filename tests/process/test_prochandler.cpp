@@ -173,12 +173,13 @@ void TestProcHandler::someLinesPauseReading()
     QFETCH(QStringList, answers);
     QFETCH(bool, paused);
     // No password is set, so the prompt gets no answer. The next two lines come in one write: a reader that goes
-    // on reads the second at once. The third comes 400 ms later, after the answer when one is due.
+    // on reads the second at once. The third comes 1.5 s later, after the answer when one is due: long enough that a
+    // busy machine does not read it together with the others, where a paused reader would leave it unread.
     QByteArray scenario = "print {\"status\":\"waiting_input\",\"msg\":\"Password\"}\nprintraw " + first
         + R"(\x0a{"msg":"second"}\x0a)" + '\n';
     if (!answers.isEmpty())
         scenario += "expect\n";
-    scenario += "sleep 400\nprint {\"msg\":\"third\"}\nhang\n";
+    scenario += "sleep 1500\nprint {\"msg\":\"third\"}\nhang\n";
     run(scenario, robotId);
     QTRY_VERIFY(events.contains(firstEvents.last()));
     QCOMPARE(events.contains(u"log ||second"_s), !paused);

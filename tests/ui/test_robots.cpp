@@ -93,7 +93,7 @@ void TestRobots::connectFromTheRowThenDisconnect()
 
 void TestRobots::robotWhoseRuntimeExitsEndsIdleAndForgotten()
 {
-    rig->useScenario(signInScenario(QStringLiteral("sleep 1500\nexit 3")));
+    rig->useScenario(signInScenario(QStringLiteral("sleep 3000\nexit 3")));
     Workspace* ws = rig->signIn(QStringLiteral("[r1]"));
     QVERIFY(ws);
     QTRY_VERIFY(isConnected(ws, r1));

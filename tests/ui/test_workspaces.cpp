@@ -92,9 +92,11 @@ void TestWorkspaces::bareLabelAndEnterSignInExactlyOnce()
 void TestWorkspaces::twoFailuresShowOneMessage()
 {
     const QString denied = QStringLiteral("print {\"status\":\"connecting\",\"level\":\"error\",\"msg\":\"denied\"}\n");
+    // Apart by much more than a busy machine takes to read the first: lines read together after a failure wait for
+    // the runner's next output, which here never comes.
     rig->useScenario(
         QStringLiteral("[oxmerel-runner]\nprint {\"status\":\"waiting_input\",\"msg\":\"Password\"}\nexpect\n") + denied
-        + QStringLiteral("sleep 300\n") + denied);
+        + QStringLiteral("sleep 2000\n") + denied);
     Session* s = rig->open()->sessions.value(QString());
     fillForm(s);
     QTest::mouseClick(s->signInButton, Qt::LeftButton);
