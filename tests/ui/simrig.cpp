@@ -72,7 +72,7 @@ Workspace* SimRig::signIn(const QString& acmeRobots)
     selectWorkspace(acme);
     QTest::mouseClick(acme->sessions.value(QString())->signInButton, Qt::LeftButton);
     const bool ready = QTest::qWaitFor(
-        [this, acme] { return agents().size() == 1 && rowItem(acme, QStringLiteral("r2")) != nullptr; }, 10000);
+        [this, acme] { return agents().size() == 1 && rowItem(acme, QStringLiteral("r2")) != nullptr; }, 30000);
     return ready ? acme : nullptr;
 }
 
