@@ -6,25 +6,21 @@ program=$1
 shots=$2
 mkdir -p "$shots"
 
+work=$(mktemp -d "${TMPDIR:-/tmp}/demo.XXXXXX")
+
 pids=()
 cleanup() {
     for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
     for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
+    rm -rf "$work"
 }
 trap cleanup EXIT
 
-displayfile=$(mktemp)
-Xvfb -displayfd 5 -screen 0 1280x800x24 -nolisten tcp -noreset 5>"$displayfile" 2>/dev/null &
-pids+=($!)
-for _ in $(seq 100); do [ -s "$displayfile" ] && break; sleep 0.05; done
-export DISPLAY=":$(head -n1 "$displayfile")"
-rm -f "$displayfile"
-trayer --edge top --align right --widthtype pixel --width 120 --height 24 >/dev/null 2>&1 &
-pids+=($!)
-# The program refuses to start without a tray, so wait until the tray host owns the tray selection.
-for _ in $(seq 100); do xdotool search --classname trayer >/dev/null 2>&1 && break; sleep 0.05; done
+source "$(dirname "${BASH_SOURCE[0]}")/private-desktop.sh"
+start_private_display "$work"
+start_tray_host
 
-QT_QPA_PLATFORM=xcb "$program" --auto-start &
+"$program" --auto-start &
 app=$!
 pids=("$app" "${pids[@]}")
 

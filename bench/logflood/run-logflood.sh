@@ -24,15 +24,9 @@ cleanup() {
 }
 trap cleanup EXIT
 
-displayfile="$work/display"
-Xvfb -displayfd 5 -screen 0 1280x800x24 -nolisten tcp -noreset 5>"$displayfile" 2>/dev/null &
-pids+=($!)
-for _ in $(seq 100); do [ -s "$displayfile" ] && break; sleep 0.05; done
-export DISPLAY=":$(head -n1 "$displayfile")"
-export QT_QPA_PLATFORM=xcb
-trayer --edge top --align right --widthtype pixel --width 120 --height 24 >/dev/null 2>&1 &
-pids+=($!)
-for _ in $(seq 100); do xdotool search --classname trayer >/dev/null 2>&1 && break; sleep 0.05; done
+source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/private-desktop.sh"
+start_private_display "$work"
+start_tray_host
 
 # One line as the runtime writes it, about 140 bytes.
 line='{"time":"2026-01-01T09:00:00.000Z","level":"info","msg":"Processed invoice ${N} of batch 42: rows written to ledger, no warnings","status":""}'

@@ -18,15 +18,9 @@ cleanup() {
 }
 trap cleanup EXIT
 
-displayfile="$work/display"
-Xvfb -displayfd 5 -screen 0 1280x800x24 -nolisten tcp -noreset 5>"$displayfile" 2>/dev/null &
-pids+=($!)
-for _ in $(seq 100); do [ -s "$displayfile" ] && break; sleep 0.05; done
-export DISPLAY=":$(head -n1 "$displayfile")"
-export QT_QPA_PLATFORM=xcb
-trayer --edge top --align right --widthtype pixel --width 120 --height 24 >/dev/null 2>&1 &
-pids+=($!)
-for _ in $(seq 100); do xdotool search --classname trayer >/dev/null 2>&1 && break; sleep 0.05; done
+source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/private-desktop.sh"
+start_private_display "$work"
+start_tray_host
 
 measure() { # name program
     local home="$work/home-$1-$RANDOM"

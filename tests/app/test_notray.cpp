@@ -30,10 +30,6 @@ void TestNotray::criticalMessageThenExitOne()
         QCOMPARE(ProgramDriver::visibleWindows(program->processId()).size(), 1);
         QVERIFY(!program->waitForFinished(500));
 
-        const QRect area = ProgramDriver::geometry(box);
-        ProgramDriver::runTool(QStringLiteral("xdotool"),
-            { QStringLiteral("mousemove"), QStringLiteral("--window"), box, QString::number(area.width() / 2),
-                QString::number(area.height() / 2) });
         ProgramDriver::keys(box, { QStringLiteral("Return") });
         QCOMPARE(ProgramDriver::waitForExit(program, 15000), 1);
     }

@@ -28,26 +28,10 @@ cleanup() {
 trap cleanup EXIT
 
 if [ "$desktop" = 1 ]; then
-    displayfile="$home/display"
-    # -noreset: by default the server resets whenever its last client leaves, and a client that connects meanwhile
-    # (the next program run, an xdotool call) is refused.
-    Xvfb -displayfd 5 -screen 0 1280x800x24 -nolisten tcp -noreset 5>"$displayfile" 2>"$home/xvfb.log" &
-    pids+=($!)
-    for _ in $(seq 100); do
-        [ -s "$displayfile" ] && break
-        sleep 0.05
-    done
-    [ -s "$displayfile" ] || { echo "Xvfb did not start"; cat "$home/xvfb.log"; exit 1; }
-    export DISPLAY=":$(head -n1 "$displayfile")"
-    export QT_QPA_PLATFORM=xcb
+    source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/private-desktop.sh"
+    start_private_display "$home" || exit 1
     if [ "${OXMEREL_NO_TRAY:-0}" != 1 ]; then
-        trayer --edge top --align right --widthtype pixel --width 120 --height 24 >/dev/null 2>&1 &
-        pids+=($!)
-        # The tray is usable once its manager owns the system-tray selection.
-        for _ in $(seq 100); do
-            if xdotool search --classname trayer >/dev/null 2>&1; then break; fi
-            sleep 0.05
-        done
+        start_tray_host
     fi
 else
     export QT_QPA_PLATFORM=offscreen
