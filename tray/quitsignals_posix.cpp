@@ -1,0 +1,52 @@
+#include "quitsignals.h"
+
+#include <QSocketNotifier>
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int quitSignals[] = { SIGTERM, SIGINT, SIGHUP };
+
+// The handler may only write to a descriptor; the event loop reads the other end.
+int wakeFds[2] = { -1, -1 };
+
+void onQuitSignal(int)
+{
+    const int savedErrno = errno;
+    const char byte = 1;
+    // A full socket already holds a pending quit.
+    [[maybe_unused]] const ssize_t written = ::write(wakeFds[0], &byte, 1);
+    errno = savedErrno;
+}
+
+} // namespace
+
+QuitSignals::QuitSignals(QObject* parent)
+    : QObject(parent)
+{
+    if (wakeFds[0] < 0 && ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, wakeFds) != 0)
+        return;
+    auto* notifier = new QSocketNotifier(wakeFds[1], QSocketNotifier::Read, this);
+    connect(notifier, &QSocketNotifier::activated, this, [this] {
+        char bytes[16];
+        while (::read(wakeFds[1], bytes, sizeof bytes) > 0) { }
+        emit quitRequested();
+    });
+    struct sigaction action {
+    };
+    action.sa_handler = onQuitSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    for (const int signal : quitSignals)
+        ::sigaction(signal, &action, nullptr);
+}
+
+QuitSignals::~QuitSignals()
+{
+    for (const int signal : quitSignals)
+        std::signal(signal, SIG_DFL);
+}
