@@ -41,12 +41,21 @@ QuitSignals::QuitSignals(QObject* parent)
     action.sa_handler = onQuitSignal;
     sigemptyset(&action.sa_mask);
     action.sa_flags = SA_RESTART;
-    for (const int signal : quitSignals)
-        ::sigaction(signal, &action, nullptr);
+    for (const int signal : quitSignals) {
+        // What whoever started us ignores stays ignored (nohup, a shell's background job).
+        struct sigaction inherited {
+        };
+        if (::sigaction(signal, nullptr, &inherited) == 0 && inherited.sa_handler != SIG_IGN)
+            ::sigaction(signal, &action, nullptr);
+    }
 }
 
 QuitSignals::~QuitSignals()
 {
-    for (const int signal : quitSignals)
-        std::signal(signal, SIG_DFL);
+    for (const int signal : quitSignals) {
+        struct sigaction current {
+        };
+        if (::sigaction(signal, nullptr, &current) == 0 && current.sa_handler == onQuitSignal)
+            std::signal(signal, SIG_DFL);
+    }
 }

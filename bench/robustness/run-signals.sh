@@ -7,6 +7,8 @@
 # robot is still in credentials.yaml. Goals: 0 left after SIGTERM, SIGINT and SIGHUP, with exit code 0 and the robot
 # kept; 0 runners and agents after SIGKILL. Usage: run-signals.sh <build dir>
 set -uo pipefail
+# Job control, so that the program is not started with SIGINT ignored as a script's background commands are.
+set -m
 build=$(cd "$1" && pwd)
 work=$(mktemp -d "${TMPDIR:-/tmp}/signals.XXXXXX")
 
@@ -67,7 +69,7 @@ for signal in TERM INT HUP KILL; do
         [ "$(grep -c '"child"' "$OXMEREL_SIM_RECORD" 2>/dev/null)" = 2 ] && break
         sleep 0.1
     done
-    runtimes=($(jq -r 'select(.argv != null) | .pid' "$OXMEREL_SIM_RECORD"))
+    runtimes=($(jq -r 'select(.argv != null) | .pid' "$OXMEREL_SIM_RECORD" 2>/dev/null))
     groups+=("${runtimes[@]}")
     kill -s "$signal" "$tray"
     sleep 5
@@ -79,7 +81,8 @@ for signal in TERM INT HUP KILL; do
     grep -q 'robots: \[r1\]' "$credentials" && kept=yes || kept=no
     echo "SIG$signal: $exit_text; after 5 s: $left of ${#runtimes[@]} runners/agents alive, $members runtime processes left (helpers included); remembered robot kept: $kept"
     if [ "$signal" = KILL ]; then [ "$left" = 0 ] || status=1; else [ "$members" = 0 ] && [ "$kept" = yes ] || status=1; fi
-    # What this run left is ended before the next.
+    # What this run left is ended before the next, which would otherwise give way to a program still running.
+    alive "$tray" && kill -KILL "$tray" && wait "$tray" 2>/dev/null
     for g in "${runtimes[@]}"; do kill -KILL -- "-$g" 2>/dev/null || true; done
 done
 exit $status
