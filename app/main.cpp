@@ -17,8 +17,8 @@ int main(int argc, char* argv[])
 
     RunGuard guard(applicationKey);
     if (!guard.tryClaimInstance()) {
-        // The exit code stays that of a running instance; only a real failure says why. The guard's names are files
-        // in the temporary folder where the system keeps them there.
+        // The exit code stays that of a running instance; only a real failure says why. On Unix the guard's names
+        // are files in the temporary folder, so the message names it.
         if (!guard.errorString().isEmpty())
             std::fprintf(stderr, "Oxmerel Connect: cannot create the single-instance guard (temporary folder %s): %s\n",
                 qUtf8Printable(QDir::toNativeSeparators(QDir::tempPath())), qUtf8Printable(guard.errorString()));

@@ -8,8 +8,7 @@
 void secretfile::protect(QFileDevice& written, const QString& replaced)
 {
     const int fd = written.handle();
-    struct stat old {
-    };
+    struct stat old = {};
     if (::stat(QFile::encodeName(replaced).constData(), &old) != 0) {
         ::fchmod(fd, S_IRUSR | S_IWUSR);
         return;

@@ -2,8 +2,8 @@
 
 #include <QSocketNotifier>
 
+#include <cerrno>
 #include <csignal>
-#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -36,15 +36,13 @@ QuitSignals::QuitSignals(QObject* parent)
         while (::read(wakeFds[1], bytes, sizeof bytes) > 0) { }
         emit quitRequested();
     });
-    struct sigaction action {
-    };
+    struct sigaction action = {};
     action.sa_handler = onQuitSignal;
     sigemptyset(&action.sa_mask);
     action.sa_flags = SA_RESTART;
     for (const int signal : quitSignals) {
         // What whoever started us ignores stays ignored (nohup, a shell's background job).
-        struct sigaction inherited {
-        };
+        struct sigaction inherited = {};
         if (::sigaction(signal, nullptr, &inherited) == 0 && inherited.sa_handler != SIG_IGN)
             ::sigaction(signal, &action, nullptr);
     }
@@ -53,8 +51,7 @@ QuitSignals::QuitSignals(QObject* parent)
 QuitSignals::~QuitSignals()
 {
     for (const int signal : quitSignals) {
-        struct sigaction current {
-        };
+        struct sigaction current = {};
         if (::sigaction(signal, nullptr, &current) == 0 && current.sa_handler == onQuitSignal)
             std::signal(signal, SIG_DFL);
     }
