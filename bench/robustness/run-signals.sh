@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The end of a session, measured on the real program: for each of SIGTERM, SIGINT, SIGHUP and SIGKILL it starts the
 # program with "--auto-start" on a private X server with a tray host; its remembered robot connects, and the runner
-# and the agent each start a helper and ignore the end of their standard input, as a runtime busy elsewhere would.
+# and the agent each start a helper and ignore the end of their standard input (tests/data/session-end.scenario).
 # Then it sends the signal and, 5 s later, counts what is left of the runtimes: runners and agents, and every process
 # of their process groups (their helpers). It prints the program's exit, those counts, and whether the remembered
 # robot is still in credentials.yaml. Goals: 0 left after SIGTERM, SIGINT and SIGHUP, with exit code 0 and the robot
@@ -26,21 +26,6 @@ source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/private-desktop.sh"
 start_private_display "$work" || exit 1
 start_tray_host
 
-cat >"$work/scenario" <<'SCENARIO'
-[oxmerel-runner]
-print {"status":"waiting_input","msg":"Password"}
-expect
-print {"status":"logged_in","workspace":"Acme"}
-print {"status":"waiting_selection","items":[{"id":"r1","name":"Invoices"}]}
-expect
-print {"status":"connected","level":"info","msg":"connected","time":"09:00:00"}
-spawn-child
-sleep 600000
-[oxmerel-agent]
-spawn-child
-sleep 600000
-SCENARIO
-
 alive() { [ -e "/proc/$1" ] && ! grep -q '^State:.*Z' "/proc/$1/status" 2>/dev/null; }
 # Live processes in any of the given process groups.
 group_members() {
@@ -54,7 +39,7 @@ group_members() {
     echo "$count"
 }
 export PATH="$build/sim:$PATH"
-export OXMEREL_SIM_SCENARIO="$work/scenario"
+export OXMEREL_SIM_SCENARIO="$(cd "$(dirname "${BASH_SOURCE[0]}")/../../tests/data" && pwd)/session-end.scenario"
 status=0
 for signal in TERM INT HUP KILL; do
     home="$work/home-$signal"

@@ -215,60 +215,41 @@ void TestProgram::endOfSessionStopsEveryRuntime()
 {
     QFETCH(int, signal);
     QFETCH(bool, orderly);
-    const QByteArray credentials = "credentials:\n"
-                                   "  acme.oxmerel.cloud: {identity: ann, password: cHc=, robots: [r1]}\n";
+    const QByteArray credentials = "credentials:\n  acme.oxmerel.cloud: {identity: a, password: cHc=, robots: [r1]}\n";
     QVERIFY(testsupport::writeFile(credentialsYamlPath(), credentials));
-    // The remembered robot reconnects at the automatic start; its runner and the agent each start a helper, and
-    // neither notices that its standard input closes.
     QTemporaryDir dir;
     const QString record = dir.filePath(QStringLiteral("record.jsonl"));
-    const QString scenario = dir.filePath(QStringLiteral("scenario"));
-    QVERIFY(testsupport::writeFile(scenario,
-        "[oxmerel-runner]\n"
-        "print {\"status\":\"waiting_input\",\"msg\":\"Password\"}\n"
-        "expect\n"
-        "print {\"status\":\"logged_in\",\"workspace\":\"Acme\"}\n"
-        "print {\"status\":\"waiting_selection\",\"items\":[{\"id\":\"r1\",\"name\":\"Invoices\"}]}\n"
-        "expect\n"
-        "print {\"status\":\"connected\",\"level\":\"info\",\"msg\":\"connected\",\"time\":\"10:00:00\"}\n"
-        "spawn-child\n"
-        "sleep 600000\n"
-        "[oxmerel-agent]\n"
-        "spawn-child\n"
-        "sleep 600000\n"));
-    qputenv("OXMEREL_SIM_SCENARIO", QFile::encodeName(scenario));
+    qputenv("OXMEREL_SIM_SCENARIO", TEST_DATA_DIR "/session-end.scenario");
     qputenv("OXMEREL_SIM_RECORD", QFile::encodeName(record));
     const QByteArray simulatorFirst = qgetenv("OXMEREL_SIM_DIR") + ':';
     if (!qgetenv("PATH").startsWith(simulatorFirst))
         qputenv("PATH", simulatorFirst + qgetenv("PATH"));
-
     const auto runtimes = [&] { return testsupport::simulatorPids(record, QStringLiteral("pid")); };
-    const auto helpers = [&] { return testsupport::simulatorPids(record, QStringLiteral("child")); };
     // Whatever the program leaves behind is ended here, by the groups the runtimes lead.
     const auto cleanup = qScopeGuard([&] {
-        for (const qint64 group : runtimes()) {
-            if (testsupport::groupAlive(group))
-                ::kill(-static_cast<pid_t>(group), SIGKILL);
-        }
+        for (const qint64 group : runtimes())
+            ::kill(-static_cast<pid_t>(group), SIGKILL);
     });
 
     ProgramDriver driver;
     QProcess* program = driver.start({ QStringLiteral("--auto-start") });
     QVERIFY(program);
-    QVERIFY(QTest::qWaitFor([&] { return helpers().size() == 2; }, windowTimeoutMs));
+    QVERIFY(QTest::qWaitFor(
+        [&] { return testsupport::simulatorPids(record, QStringLiteral("child")).size() == 2; }, windowTimeoutMs));
     ProgramDriver::kill(program, signal);
-    if (orderly) {
-        QCOMPARE(ProgramDriver::waitForExit(program, exitTimeoutMs), 0);
-    } else {
-        QVERIFY(program->waitForFinished(exitTimeoutMs));
-    }
-
-    const auto noneAlive = [](const QList<qint64>& pids, bool (*isAlive)(qint64)) {
-        return std::none_of(pids.begin(), pids.end(), isAlive);
+    QVERIFY(program->waitForFinished(exitTimeoutMs));
+    QCOMPARE(ProgramDriver::waitForExit(program, 0), orderly ? 0 : -1);
+    const auto noneLeft = [&](bool (*isAlive)(qint64)) {
+        return QTest::qWaitFor(
+            [&] {
+                const QList<qint64> pids = runtimes();
+                return std::none_of(pids.begin(), pids.end(), isAlive);
+            },
+            5000);
     };
-    QVERIFY(QTest::qWaitFor([&] { return noneAlive(runtimes(), testsupport::alive); }, 5000));
+    QVERIFY(noneLeft(testsupport::alive));
     if (orderly) {
-        QVERIFY(QTest::qWaitFor([&] { return noneAlive(runtimes(), testsupport::groupAlive); }, 5000));
+        QVERIFY(noneLeft(testsupport::groupAlive));
         QCOMPARE(testsupport::readFile(credentialsYamlPath()), credentials);
     }
 }

@@ -44,18 +44,12 @@ int inChild(const std::function<void()>& body)
     return status;
 }
 
-// A group the file can be given besides the test's own: any for root, else one of the test's other groups.
+// A group the file can be given besides the test's own: any for root, else the last of the test's groups.
 uint otherGroup()
 {
-    if (::geteuid() == 0)
-        return ::getegid() == 65534 ? 65533 : 65534;
     gid_t groups[64];
     const int count = ::getgroups(64, groups);
-    for (int i = 0; i < count; ++i) {
-        if (groups[i] != ::getegid())
-            return groups[i];
-    }
-    return ::getegid();
+    return ::geteuid() == 0 ? ::getegid() + 1 : count > 0 ? groups[count - 1] : ::getegid();
 }
 
 } // namespace
@@ -190,8 +184,7 @@ private slots:
             QCOMPARE(::chmod(path.constData(), mode_t(mode)), 0);
         }
         storeCredentialsRobots(u"acme.oxmerel.cloud"_s, {});
-        struct stat saved {
-        };
+        struct stat saved = {};
         QCOMPARE(::stat(path.constData(), &saved), 0);
         QCOMPARE(int(saved.st_mode & 07777), mode);
         QCOMPARE(uint(saved.st_gid), group);
@@ -199,7 +192,8 @@ private slots:
 
     void unreadableFileEndsTheProcessWithOneLine_data()
     {
-        QTest::addColumn<bool>("folder");
+        // No text: a folder stands in the file's place.
+        QTest::addColumn<QByteArray>("yaml");
         QTest::addColumn<QByteArray>("reason");
         const QByteArray malformed = "credentials:\n  acme: [unclosed\n";
         std::string message;
@@ -208,19 +202,17 @@ private slots:
         } catch (const YAML::Exception& e) {
             message = e.what();
         }
-        QTest::newRow("malformed") << false << QByteArray::fromStdString(message);
-        QTest::newRow("folder") << true << QByteArray("is a folder, not a file");
+        QTest::newRow("malformed") << malformed << QByteArray::fromStdString(message);
+        QTest::newRow("folder") << QByteArray() << QByteArray("is a folder, not a file");
     }
 
     void unreadableFileEndsTheProcessWithOneLine()
     {
-        QFETCH(bool, folder);
+        QFETCH(QByteArray, yaml);
         QFETCH(QByteArray, reason);
         QVERIFY(!reason.isEmpty());
-        if (folder)
-            QVERIFY(QDir().mkpath(credentialsYamlPath()));
-        else
-            testsupport::writeFile(credentialsYamlPath(), "credentials:\n  acme: [unclosed\n");
+        QVERIFY(yaml.isEmpty() ? QDir().mkpath(credentialsYamlPath())
+                               : testsupport::writeFile(credentialsYamlPath(), yaml));
 
         const QString errPath = QDir(oxmerelHome()).filePath(u"stderr.txt"_s);
         const int status = inChild([&errPath] {

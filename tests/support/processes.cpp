@@ -43,10 +43,10 @@ QList<qint64> simulatorPids(const QString& recordPath, const QString& key)
     const QList<QByteArray> lines = readFile(recordPath).split('\n');
     for (const QByteArray& line : lines) {
         const QJsonObject record = QJsonDocument::fromJson(line).object();
-        if (record.contains(QStringLiteral("argv")) || key != QStringLiteral("pid"))
+        // Every record carries "pid"; a start is the one with "argv".
+        if (record.contains(key == QStringLiteral("pid") ? QStringLiteral("argv") : key))
             pids.append(record.value(key).toInteger());
     }
-    pids.removeAll(0);
     return pids;
 }
 
