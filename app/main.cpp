@@ -4,9 +4,11 @@
 #include "tray.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QMessageBox>
 #include <QSystemTrayIcon>
 
+#include <cstdio>
 #include <memory>
 
 int main(int argc, char* argv[])
@@ -15,6 +17,11 @@ int main(int argc, char* argv[])
 
     RunGuard guard(applicationKey);
     if (!guard.tryClaimInstance()) {
+        // The exit code stays that of a running instance; only a real failure says why. On Unix the guard's names
+        // are files in the temporary folder, so the message names it.
+        if (!guard.errorString().isEmpty())
+            std::fprintf(stderr, "Oxmerel Connect: cannot create the single-instance guard (temporary folder %s): %s\n",
+                qUtf8Printable(QDir::toNativeSeparators(QDir::tempPath())), qUtf8Printable(guard.errorString()));
         return 0;
     }
 

@@ -47,6 +47,7 @@ bool RunGuard::isAnotherInstanceRunning()
 
 bool RunGuard::tryClaimInstance()
 {
+    failure.clear();
     if (isAnotherInstanceRunning()) {
         return false;
     }
@@ -54,6 +55,9 @@ bool RunGuard::tryClaimInstance()
     const bool created = sharedMem.create(8, QSharedMemory::ReadWrite);
     memLock.release();
     if (!created) {
+        // Losing the race to an instance starting at the same moment is not a failure.
+        if (sharedMem.error() != QSharedMemory::AlreadyExists)
+            failure = sharedMem.errorString();
         releaseInstance();
         return false;
     }
@@ -67,4 +71,9 @@ void RunGuard::releaseInstance()
         sharedMem.detach();
     }
     memLock.release();
+}
+
+QString RunGuard::errorString() const
+{
+    return failure;
 }

@@ -19,6 +19,9 @@ public:
     bool isAnotherInstanceRunning();
     bool tryClaimInstance();
     void releaseInstance();
+    // Why the last claim failed when no other instance holds the guard (an unwritable temporary folder, say); empty
+    // when it succeeded or gave way to a running instance.
+    QString errorString() const;
 
 private:
     const QString key;
@@ -27,4 +30,5 @@ private:
 
     QSharedMemory sharedMem;
     QSystemSemaphore memLock;
+    QString failure;
 };

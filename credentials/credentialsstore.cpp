@@ -1,6 +1,7 @@
 #include "credentialsstore.h"
 
 #include "paths.h"
+#include "secretfile.h"
 #include "yamlconvert.h"
 
 #include <QDateTime>
@@ -19,6 +20,14 @@ namespace {
 
 std::terminate_handler previousTerminateHandler = nullptr;
 
+[[noreturn]] void endWithCredentialsError(const char* reason)
+{
+    std::fprintf(stderr, "Oxmerel Connect: credentials file %s: %s\n",
+        QFile::encodeName(QDir::toNativeSeparators(credentialsYamlPath())).constData(), reason);
+    std::fflush(stderr);
+    std::abort();
+}
+
 [[noreturn]] void reportCredentialsErrorAndTerminate()
 {
     // Rethrowing inside the handler only inspects the exception; the process still ends below.
@@ -26,10 +35,7 @@ std::terminate_handler previousTerminateHandler = nullptr;
         try {
             std::rethrow_exception(error);
         } catch (const YAML::Exception& e) {
-            std::fprintf(stderr, "Oxmerel Connect: credentials file %s: %s\n",
-                QFile::encodeName(QDir::toNativeSeparators(credentialsYamlPath())).constData(), e.what());
-            std::fflush(stderr);
-            std::abort();
+            endWithCredentialsError(e.what());
         } catch (...) { }
     }
     if (previousTerminateHandler)
@@ -58,7 +64,12 @@ YAML::Node loadCredentials()
 {
     installCredentialsTerminateHandler();
     const QString path = credentialsYamlPath();
-    if (QFile::exists(path)) {
+    const QFileInfo info(path);
+    if (info.exists()) {
+        // The library would fail on a folder with a stream error that names nothing, and block on a pipe; like its
+        // own errors, this ends the process.
+        if (!info.isFile())
+            endWithCredentialsError(info.isDir() ? "is a folder, not a file" : "is not a regular file");
         const YAML::Node root = YAML::LoadFile(QFile::encodeName(path).toStdString());
         if (root.IsMap())
             return root;
@@ -112,6 +123,7 @@ void saveCredentials(YAML::Node root)
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
         return;
+    secretfile::protect(file, path);
     // A short write (a full disk stops it half-way without an error) must not be committed.
     const qint64 size = static_cast<qint64>(text.size());
     if (file.write(text.data(), size) != size || !file.flush())

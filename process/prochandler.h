@@ -56,6 +56,8 @@ private slots:
     void SetParameters(QStringList params);
 
 private:
+    friend struct ProcHandlerFuzzFeed; // the output protocol's fuzz harness
+
     QByteArray readWholeLine();
     // False when reading has to stop after this line.
     bool handleLine(const QByteArray& line);

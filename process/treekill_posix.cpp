@@ -5,10 +5,25 @@
 #include <csignal>
 #include <unistd.h>
 
+#ifdef Q_OS_LINUX
+#include <sys/prctl.h>
+#endif
+
 void TreeKill::prepare(QProcess* process)
 {
-    // Each child leads its own process group, so one signal reaches everything it starts.
-    process->setChildProcessModifier([] { ::setpgid(0, 0); });
+    const pid_t parent = ::getpid();
+    process->setChildProcessModifier([parent] {
+        // Each child leads its own process group, so one signal reaches everything it starts.
+        ::setpgid(0, 0);
+#ifdef Q_OS_LINUX
+        // A program killed without a chance to stop its robots takes them along. The signal follows the thread
+        // that started the child, which here is the GUI thread: it lives as long as the program.
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        // Died between the fork and the request: nobody would send the signal any more.
+        if (::getppid() != parent)
+            ::_exit(127);
+#endif
+    });
 }
 
 void TreeKill::started(QProcess* process)

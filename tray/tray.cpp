@@ -2,6 +2,7 @@
 
 #include "autostart.h"
 #include "connectdialog.h"
+#include "quitsignals.h"
 #include "statusdialog.h"
 
 #include <QAction>
@@ -53,6 +54,8 @@ Tray::Tray()
         noAutoStartAction->setChecked(true);
     }
 
+    // Before the window, whose automatic start may already launch robots.
+    connect(new QuitSignals(this), &QuitSignals::quitRequested, this, &Tray::quit);
     connectDialog = new ConnectDialog(this);
     statusDialog = new StatusDialog(nullptr);
     connect(connectDialog, SIGNAL(connected(QString)), this, SLOT(connected(QString)));
@@ -88,6 +91,10 @@ void Tray::showMessage(QString title, QString Content)
 
 void Tray::quit()
 {
+    // The menu and the end of the session may both ask; the robots are stopped once.
+    if (quitting)
+        return;
+    quitting = true;
     connectDialog->exit();
 }
 

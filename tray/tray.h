@@ -47,4 +47,5 @@ private:
     QSettings* runSettings;
     ConnectDialog* connectDialog;
     StatusDialog* statusDialog;
+    bool quitting = false;
 };

@@ -1,8 +1,13 @@
+#include "paths.h"
+#include "processes.h"
 #include "programdriver.h"
+#include "tempfiles.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QScopeGuard>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <algorithm>
@@ -21,6 +26,8 @@ private slots:
     void secondStartLeavesOneInstance();
     void trayIconShowsTheClosedWindow();
     void autoStartSwitchSurvivesRestart();
+    void endOfSessionStopsEveryRuntime_data();
+    void endOfSessionStopsEveryRuntime();
 
 private:
     struct Running {
@@ -191,6 +198,60 @@ void TestProgram::autoStartSwitchSurvivesRestart()
     ProgramDriver::keys(settings, { QStringLiteral("d") });
     QVERIFY(QTest::qWaitFor([&] { return !QFile::exists(entry); }, menuTimeoutMs));
     QVERIFY(quitFromTrayMenu(running));
+}
+
+void TestProgram::endOfSessionStopsEveryRuntime_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::addColumn<bool>("orderly");
+    QTest::newRow("SIGTERM") << int(SIGTERM) << true;
+    QTest::newRow("SIGINT") << int(SIGINT) << true;
+    QTest::newRow("SIGHUP") << int(SIGHUP) << true;
+    // No chance to clean up: the runtimes go with the program, their own children stay theirs.
+    QTest::newRow("SIGKILL") << int(SIGKILL) << false;
+}
+
+void TestProgram::endOfSessionStopsEveryRuntime()
+{
+    QFETCH(int, signal);
+    QFETCH(bool, orderly);
+    const QByteArray credentials = "credentials:\n  acme.oxmerel.cloud: {identity: a, password: cHc=, robots: [r1]}\n";
+    QVERIFY(testsupport::writeFile(credentialsYamlPath(), credentials));
+    QTemporaryDir dir;
+    const QString record = dir.filePath(QStringLiteral("record.jsonl"));
+    qputenv("OXMEREL_SIM_SCENARIO", TEST_DATA_DIR "/session-end.scenario");
+    qputenv("OXMEREL_SIM_RECORD", QFile::encodeName(record));
+    const QByteArray simulatorFirst = qgetenv("OXMEREL_SIM_DIR") + ':';
+    if (!qgetenv("PATH").startsWith(simulatorFirst))
+        qputenv("PATH", simulatorFirst + qgetenv("PATH"));
+    const auto runtimes = [&] { return testsupport::simulatorPids(record, QStringLiteral("pid")); };
+    // Whatever the program leaves behind is ended here, by the groups the runtimes lead.
+    const auto cleanup = qScopeGuard([&] {
+        for (const qint64 group : runtimes())
+            ::kill(-static_cast<pid_t>(group), SIGKILL);
+    });
+
+    ProgramDriver driver;
+    QProcess* program = driver.start({ QStringLiteral("--auto-start") });
+    QVERIFY(program);
+    QVERIFY(QTest::qWaitFor(
+        [&] { return testsupport::simulatorPids(record, QStringLiteral("child")).size() == 2; }, windowTimeoutMs));
+    ProgramDriver::kill(program, signal);
+    QVERIFY(program->waitForFinished(exitTimeoutMs));
+    QCOMPARE(ProgramDriver::waitForExit(program, 0), orderly ? 0 : -1);
+    const auto noneLeft = [&](bool (*isAlive)(qint64)) {
+        return QTest::qWaitFor(
+            [&] {
+                const QList<qint64> pids = runtimes();
+                return std::none_of(pids.begin(), pids.end(), isAlive);
+            },
+            5000);
+    };
+    QVERIFY(noneLeft(testsupport::alive));
+    if (orderly) {
+        QVERIFY(noneLeft(testsupport::groupAlive));
+        QCOMPARE(testsupport::readFile(credentialsYamlPath()), credentials);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestProgram)

@@ -6,7 +6,9 @@
 #include <QFontDatabase>
 #include <QImage>
 #include <QMovie>
+#include <QProcess>
 #include <QResource>
+#include <QTemporaryDir>
 #include <QTest>
 
 // The application shell in process: the single-instance names and the resource bundle. The guard itself is exercised
@@ -20,6 +22,7 @@ private slots:
     void fontsLoad();
     void imagesLoad();
     void templates();
+    void guardFailureSaysWhy();
 };
 
 void TestShell::derivedNames()
@@ -70,6 +73,26 @@ void TestShell::templates()
     const QByteArray agent = testsupport::readFile(QStringLiteral(":/resources/oxmerel.plist"));
     QVERIFY(agent.contains("<key>RunAtLoad</key>"));
     QVERIFY(agent.contains("<key>PATH</key>\n        <string>/usr/local/bin:/usr/bin</string>"));
+}
+
+void TestShell::guardFailureSaysWhy()
+{
+    // A file where the temporary folder should be: the guard's names cannot be made there.
+    QTemporaryDir dir;
+    const QString notAFolder = dir.filePath(QStringLiteral("tmp"));
+    QVERIFY(testsupport::writeFile(notAFolder, {}));
+    QProcess program;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("TMPDIR"), notAFolder);
+    program.setProcessEnvironment(environment);
+    program.start(qEnvironmentVariable("OXMEREL_TRAY_BIN"), {});
+    QVERIFY(program.waitForFinished(30000));
+    QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(program.exitCode(), 0);
+    const QString error = QString::fromLocal8Bit(program.readAllStandardError()).trimmed();
+    QVERIFY2(error.startsWith(QStringLiteral("Oxmerel Connect: cannot create the single-instance guard")),
+        qPrintable(error));
+    QVERIFY2(error.contains(notAFolder) && !error.contains(QLatin1Char('\n')), qPrintable(error));
 }
 
 QTEST_MAIN(TestShell)

@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <functional>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -41,6 +42,14 @@ int inChild(const std::function<void()>& body)
     int status = 0;
     ::waitpid(pid, &status, 0);
     return status;
+}
+
+// A group the file can be given besides the test's own: any for root, else the last of the test's groups.
+uint otherGroup()
+{
+    gid_t groups[64];
+    const int count = ::getgroups(64, groups);
+    return ::geteuid() == 0 ? ::getegid() + 1 : count > 0 ? groups[count - 1] : ::getegid();
 }
 
 } // namespace
@@ -150,16 +159,60 @@ private slots:
         QCOMPARE(testsupport::readFile(credentialsYamlPath()), old);
     }
 
-    void yamlErrorEndsTheProcessWithOneLine()
+    void savedFileKeepsItsSecrets_data()
     {
-        testsupport::writeFile(credentialsYamlPath(), "credentials:\n  acme: [unclosed\n");
+        QTest::addColumn<bool>("yamlExists");
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<uint>("group");
+        // The first save after a legacy account creates the file; a rewrite replaces it with a new one.
+        QTest::newRow("created") << false << 0600 << uint(::getegid());
+        QTest::newRow("rewritten") << true << 0640 << otherGroup();
+    }
+
+    void savedFileKeepsItsSecrets()
+    {
+        QFETCH(bool, yamlExists);
+        QFETCH(int, mode);
+        QFETCH(uint, group);
+        if (group == uint(::getegid()) && yamlExists)
+            QSKIP("needs a second group to change the file to");
+        const QByteArray path = QFile::encodeName(credentialsYamlPath());
+        testsupport::writeFile(credentialsJsonPath(), R"({"workspace":"acme.oxmerel.cloud","robot":"r7"})");
+        if (yamlExists) {
+            testsupport::writeFile(credentialsYamlPath(), twoEntries);
+            QCOMPARE(::chown(path.constData(), uid_t(-1), gid_t(group)), 0);
+            QCOMPARE(::chmod(path.constData(), mode_t(mode)), 0);
+        }
+        storeCredentialsRobots(u"acme.oxmerel.cloud"_s, {});
+        struct stat saved = {};
+        QCOMPARE(::stat(path.constData(), &saved), 0);
+        QCOMPARE(int(saved.st_mode & 07777), mode);
+        QCOMPARE(uint(saved.st_gid), group);
+    }
+
+    void unreadableFileEndsTheProcessWithOneLine_data()
+    {
+        // No text: a folder stands in the file's place.
+        QTest::addColumn<QByteArray>("yaml");
+        QTest::addColumn<QByteArray>("reason");
+        const QByteArray malformed = "credentials:\n  acme: [unclosed\n";
         std::string message;
         try {
-            YAML::LoadFile(QFile::encodeName(credentialsYamlPath()).toStdString());
+            YAML::Load(malformed.toStdString());
         } catch (const YAML::Exception& e) {
             message = e.what();
         }
-        QVERIFY(!message.empty());
+        QTest::newRow("malformed") << malformed << QByteArray::fromStdString(message);
+        QTest::newRow("folder") << QByteArray() << QByteArray("is a folder, not a file");
+    }
+
+    void unreadableFileEndsTheProcessWithOneLine()
+    {
+        QFETCH(QByteArray, yaml);
+        QFETCH(QByteArray, reason);
+        QVERIFY(!reason.isEmpty());
+        QVERIFY(yaml.isEmpty() ? QDir().mkpath(credentialsYamlPath())
+                               : testsupport::writeFile(credentialsYamlPath(), yaml));
 
         const QString errPath = QDir(oxmerelHome()).filePath(u"stderr.txt"_s);
         const int status = inChild([&errPath] {
@@ -171,7 +224,7 @@ private slots:
         const QList<QByteArray> lines = testsupport::readFile(errPath).trimmed().split('\n');
         QCOMPARE(lines.size(), 1);
         QVERIFY2(lines.first().contains(QFile::encodeName(credentialsYamlPath())), lines.first().constData());
-        QVERIFY2(lines.first().contains(QByteArray::fromStdString(message)), lines.first().constData());
+        QVERIFY2(lines.first().endsWith(reason), lines.first().constData());
     }
 };
 

@@ -113,13 +113,6 @@ QList<SimStart> SimRig::starts(const QString& program) const
     return result;
 }
 
-bool alive(qint64 pid)
-{
-    const QByteArray stat = testsupport::readFile(QStringLiteral("/proc/%1/stat").arg(pid));
-    const qsizetype close = stat.lastIndexOf(')');
-    return close > 0 && stat.size() > close + 2 && stat.at(close + 2) != 'Z';
-}
-
 QTreeWidgetItem* rowItem(Workspace* ws, const QString& id)
 {
     QTreeWidgetItem* root = ws->tree->topLevelItem(0);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "connectdialog.h"
+#include "processes.h"
 #include "session.h"
 #include "workspace.h"
 
@@ -23,8 +24,7 @@ struct SimStart {
     QStringList input;
 };
 
-// True while the process exists and is not a zombie.
-bool alive(qint64 pid);
+using testsupport::alive;
 QTreeWidgetItem* rowItem(Workspace* ws, const QString& id);
 TreeItem* rowOf(Workspace* ws, const QString& id);
 bool isConnected(Workspace* ws, const QString& id);

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+namespace testsupport {
+
+// True while the process exists and is not a zombie.
+bool alive(qint64 pid);
+// True while a process that is not a zombie is in the process group.
+bool groupAlive(qint64 group);
+// The pids the runtime simulator recorded under key: "pid" of every start of a program, "child" of every
+// grandchild it spawned.
+QList<qint64> simulatorPids(const QString& recordPath, const QString& key);
+
+} // namespace testsupport
