@@ -1,6 +1,7 @@
 # Included at the first project() of the MinGW syntax-only check (tests/windows), which compiles against the host's
 # Qt and yaml-cpp headers. Three things in their imported targets are the host's own and are adjusted here:
-# - shared libraries have no import library, which Windows linking asks for; nothing is linked, so the .so stands in;
+# - shared libraries have no import library, which Windows linking asks for, and their one configuration matches no
+#   build type; nothing is linked or installed, so the .so stands in for all of them;
 # - Qt's platform folder (mkspecs/linux-g++) becomes Qt's MinGW one (win32-g++);
 # - a package whose headers sit directly in /usr/include would put glibc's headers before MinGW's, so that folder is
 #   replaced by one that holds only the package's own header folder.
@@ -13,7 +14,8 @@ function(oxmerel_host_package method name)
         if(type STREQUAL "SHARED_LIBRARY" AND configs)
             foreach(config IN LISTS configs)
                 get_target_property(location ${target} IMPORTED_LOCATION_${config})
-                set_target_properties(${target} PROPERTIES IMPORTED_IMPLIB_${config} "${location}" IMPORTED_IMPLIB "${location}")
+                set_target_properties(${target} PROPERTIES
+                    IMPORTED_IMPLIB_${config} "${location}" IMPORTED_IMPLIB "${location}" IMPORTED_LOCATION "${location}")
             endforeach()
         endif()
         get_target_property(includes ${target} INTERFACE_INCLUDE_DIRECTORIES)
