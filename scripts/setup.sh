@@ -8,6 +8,7 @@ packages=(
     xvfb xauth trayer xdotool x11-utils imagemagick
     fonts-dejavu-core clang-format clang-tidy jq gcovr
     clang-14 libfuzzer-14-dev libclang-rt-14-dev
+    g++-mingw-w64-x86-64-posix wine64 desktop-file-utils
 )
 
 missing=()

@@ -26,18 +26,15 @@ QFont applicationFont(const QString& resource)
 
 } // namespace
 
-ConnectDialog::ConnectDialog(Tray* tray)
+ConnectDialog::ConnectDialog(QObject* tray)
     : QDialog(nullptr)
     , ui(new Ui::ConnectDialog)
 {
     ui->setupUi(this);
     shownTree = ui->treeView;
     shownPage = ui->ws_widget;
-    if (tray) {
-        // The tray's header is not visible from here (the tray depends on this window, not the other way round);
-        // QObject is the primary base of its QDialog, so the pointer is the object's address.
-        connect(this, SIGNAL(minimizeToTray()), reinterpret_cast<QObject*>(tray), SLOT(minimizedToTray()));
-    }
+    if (tray)
+        connect(this, SIGNAL(minimizeToTray()), tray, SLOT(minimizedToTray()));
 
     semiBoldFont = applicationFont(QStringLiteral(":/fonts/Poppins-SemiBold.ttf"));
     semiBoldFont.setStyleStrategy(QFont::PreferAntialias);

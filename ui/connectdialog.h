@@ -17,7 +17,6 @@ class QLineEdit;
 class QTreeWidgetItem;
 class QVBoxLayout;
 class QWidget;
-class Tray;
 class TreeItem;
 class TreeWidget;
 struct Session;
@@ -37,7 +36,9 @@ class ConnectDialog : public QDialog
     Q_OBJECT
 
 public:
-    explicit ConnectDialog(Tray* tray);
+    // tray receives minimizeToTray() in its minimizedToTray() slot; the tray passes itself (this library cannot see its
+    // class, which depends on this window), so the compiler makes the conversion where the tray's type is complete.
+    explicit ConnectDialog(QObject* tray);
     ~ConnectDialog() override;
 
     void showMessageDialog(int kind, const QString& title, const QString& text);

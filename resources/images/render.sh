@@ -31,6 +31,11 @@ render info info.png 32 32
 render error error.png 32 32
 render warning warning.png 37 32
 render oxmerel oxmerel.png 64 64
+# The installed application icon, in the freedesktop icon theme's sizes.
+for size in 16 24 32 48 64 128 256; do
+    mkdir -p "$here/hicolor/${size}x${size}"
+    render oxmerel "hicolor/${size}x${size}/oxmerel-tray.png" "$size" "$size"
+done
 render oxmerel-logo oxmerel-logo.png 200 48
 render oxmerel-logo-alt oxmerel-logo-alt.png 240 64
 

@@ -1,0 +1,111 @@
+// The Job Object under wine: a parent assigns a child to a kill-on-close job, the child starts a grandchild, the
+// parent ends; both must end with it. Without arguments it plays the test; "parent", "child" and "grandchild" are the
+// roles. Plain Win32, built with MinGW-w64.
+
+#include "jobobject_win.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+namespace {
+
+// Starts this program in a role; standard input and output are ours unless given.
+PROCESS_INFORMATION startRole(const char* role, DWORD flags, HANDLE in = nullptr, HANDLE out = nullptr)
+{
+    char self[MAX_PATH];
+    GetModuleFileNameA(nullptr, self, MAX_PATH);
+    std::string commandLine = std::string("\"") + self + "\" " + role;
+    STARTUPINFOA startup {};
+    startup.cb = sizeof startup;
+    if (in) {
+        startup.dwFlags = STARTF_USESTDHANDLES;
+        startup.hStdInput = in;
+        startup.hStdOutput = out;
+        startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+    }
+    PROCESS_INFORMATION process {};
+    CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &startup, &process);
+    return process;
+}
+
+// Assigns the child before it runs, so that its grandchild is born in the job; ends at a line on standard input and
+// leaves the job's handle to the system.
+int parent()
+{
+    void* job = jobobject::createKillOnClose();
+    const PROCESS_INFORMATION child = startRole("child", CREATE_SUSPENDED);
+    if (!job || !jobobject::assign(job, child.dwProcessId)) {
+        std::fprintf(stderr, "no job for the child: error %lu\n", GetLastError());
+        TerminateProcess(child.hProcess, 1);
+        return 2;
+    }
+    ResumeThread(child.hThread);
+    char line[16];
+    DWORD read = 0;
+    ReadFile(GetStdHandle(STD_INPUT_HANDLE), line, sizeof line, &read, nullptr);
+    return 0;
+}
+
+int test()
+{
+    SECURITY_ATTRIBUTES inheritable { sizeof inheritable, nullptr, TRUE };
+    HANDLE outRead, outWrite, inRead, inWrite;
+    CreatePipe(&outRead, &outWrite, &inheritable, 0);
+    CreatePipe(&inRead, &inWrite, &inheritable, 0);
+    SetHandleInformation(outRead, HANDLE_FLAG_INHERIT, 0);
+    SetHandleInformation(inWrite, HANDLE_FLAG_INHERIT, 0);
+    const PROCESS_INFORMATION parent = startRole("parent", 0, inRead, outWrite);
+    CloseHandle(inRead);
+    CloseHandle(outWrite);
+
+    // The child's line: its id and the grandchild's.
+    std::string line;
+    char c = 0;
+    DWORD count = 0;
+    while (line.find('\n') == std::string::npos && ReadFile(outRead, &c, 1, &count, nullptr) && count == 1)
+        line += c;
+    unsigned long pids[2] = {};
+    HANDLE tree[2] = {};
+    std::sscanf(line.c_str(), "%lu %lu", &pids[0], &pids[1]);
+    for (int i = 0; i < 2; ++i) {
+        tree[i] = pids[i] ? OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE, FALSE, pids[i]) : nullptr;
+        if (!tree[i] || WaitForSingleObject(tree[i], 0) != WAIT_TIMEOUT) {
+            std::fprintf(stderr, "the tree is not running before the parent ends: \"%s\"\n", line.c_str());
+            return 2;
+        }
+    }
+
+    WriteFile(inWrite, "\n", 1, &count, nullptr);
+    WaitForSingleObject(parent.hProcess, 60000);
+    const bool treeEnded = WaitForMultipleObjects(2, tree, TRUE, 20000) == WAIT_OBJECT_0;
+    for (int i = 0; i < 2; ++i) {
+        if (WaitForSingleObject(tree[i], 0) == WAIT_TIMEOUT)
+            std::fprintf(stderr, "process %lu outlived the parent\n", pids[i]);
+        TerminateProcess(tree[i], 1);
+    }
+    if (treeEnded)
+        std::printf("child %lu and grandchild %lu ended with the parent\n", pids[0], pids[1]);
+    return treeEnded ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const char* role = argc > 1 ? argv[1] : "";
+    if (std::strcmp(role, "parent") == 0)
+        return parent();
+    if (std::strcmp(role, "child") == 0) {
+        const PROCESS_INFORMATION grandchild = startRole("grandchild", 0);
+        std::printf("%lu %lu\n", GetCurrentProcessId(), grandchild.dwProcessId);
+        std::fflush(stdout);
+    }
+    if (std::strcmp(role, "child") == 0 || std::strcmp(role, "grandchild") == 0) {
+        Sleep(600000);
+        return 0;
+    }
+    return test();
+}
