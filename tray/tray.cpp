@@ -3,6 +3,7 @@
 #include "autostart.h"
 #include "connectdialog.h"
 #include "statusdialog.h"
+#include "statusserver.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -55,6 +56,7 @@ Tray::Tray()
 
     connectDialog = new ConnectDialog(this);
     statusDialog = new StatusDialog(nullptr);
+    (new StatusServer(connectDialog->workspaces(), connectDialog))->listen();
     connect(connectDialog, SIGNAL(connected(QString)), this, SLOT(connected(QString)));
 }
 
