@@ -180,14 +180,12 @@ void BundleMaker::addRedactedFile(const QString& name, const QFileInfo& info)
     qint64 size = 0;
     qint64 lineNumber = 0;
     QStringList rules;
-    while (!file.atEnd()) {
-        const QByteArray line = file.readLine(maxLineBytes);
-        if (line.isEmpty()) {
-            break;
-        }
+    // One buffer for every line: a fresh one of the maximal size per line would cost far more than the line itself.
+    QByteArray line(maxLineBytes + 1, Qt::Uninitialized);
+    for (qint64 length; (length = file.readLine(line.data(), line.size())) > 0;) {
         ++lineNumber;
         rules.clear();
-        buffer += lines.redact(line, &rules);
+        buffer += lines.redact(QByteArray::fromRawData(line.constData(), length), &rules);
         for (const QString& rule : std::as_const(rules)) {
             found[rule].append(lineNumber);
         }
