@@ -6,7 +6,7 @@ packages=(
     build-essential cmake ninja-build pkg-config
     qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libgl-dev libxcb1-dev libyaml-cpp-dev
     xvfb xauth trayer xdotool x11-utils imagemagick
-    fonts-dejavu-core clang-format clang-tidy jq libarchive-dev
+    fonts-dejavu-core clang-format clang-tidy jq libarchive-dev time
 )
 
 missing=()

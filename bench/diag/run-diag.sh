@@ -19,6 +19,8 @@ cleanup() {
     rm -rf "$work"
 }
 trap cleanup EXIT
+# The program's status socket and single-instance files go with the rest, even though the program is killed.
+export TMPDIR="$work"
 
 home="$work/home"
 data="$home/AppData/Local/Oxmerel"

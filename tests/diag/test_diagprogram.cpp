@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLocalServer>
 #include <QLocalSocket>
 #include <QTest>
 
@@ -59,6 +60,8 @@ class TestDiagProgram final : public QObject
 
 private slots:
     void initTestCase();
+    // The program is killed, which leaves its socket file in the shared temporary folder.
+    void cleanupTestCase() { QLocalServer::removeServer(statusSocketName()); }
     void statusOfRunningProgram();
     void garbageOnTheSocket_data();
     void garbageOnTheSocket();
