@@ -1,5 +1,6 @@
 #include "paths.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 
 QString oxmerelHome()
@@ -30,4 +31,11 @@ QString logsRoot()
 QString robotLocksDir()
 {
     return oxmerelHome() + QStringLiteral("/tray/robots");
+}
+
+QString statusSocketName()
+{
+    const QByteArray home = QDir::homePath().toUtf8();
+    return QStringLiteral("oxmerel-connect-")
+        + QString::fromLatin1(QCryptographicHash::hash(home, QCryptographicHash::Sha1).toHex().left(16));
 }

@@ -10,3 +10,7 @@ QString credentialsYamlPath();
 QString credentialsJsonPath();
 QString logsRoot();
 QString robotLocksDir();
+
+// The local status socket's name: one per user (derived from the home folder), so that tests with their own homes
+// never meet another run's program.
+QString statusSocketName();

@@ -9,6 +9,7 @@ packages=(
     fonts-dejavu-core clang-format clang-tidy jq gcovr
     clang-14 libfuzzer-14-dev libclang-rt-14-dev
     g++-mingw-w64-x86-64-posix wine64 desktop-file-utils
+    libarchive-dev time
 )
 
 missing=()

@@ -59,6 +59,17 @@ QByteArray launchAgent(const QByteArray& agentTemplate, const QString& executabl
     return agent.toUtf8();
 }
 
+QByteArray entryFileText(const QString& path)
+{
+    QFile file(path);
+    // An entry file is a few hundred bytes; anything far larger is not ours.
+    constexpr qint64 maxEntrySize = 64 * 1024;
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    return QFile::encodeName(path) + '\n' + file.read(maxEntrySize);
+}
+
 bool writeEntryFile(const QString& path, const QByteArray& content)
 {
     if (!QDir().mkpath(QFileInfo(path).absolutePath())) {

@@ -14,6 +14,8 @@ QSettings* openRunSettings();
 bool isEnabled(QSettings* runSettings);
 void enable(QSettings* runSettings);
 void disable(QSettings* runSettings);
+// The entry as the desktop holds it, with where it lives on the first line; empty while the switch is off.
+QByteArray entryText(QSettings* runSettings);
 
 // The Run value's data: the path with backslashes and the option, unquoted even when the path holds blanks.
 QString runValue(const QString& executable);
@@ -24,6 +26,8 @@ QByteArray desktopEntry(const QByteArray& entryTemplate, const QString& executab
 QString quoteExecArgument(const QString& argument);
 // The launch-agent template with its program path replaced by executable.
 QByteArray launchAgent(const QByteArray& agentTemplate, const QString& executable);
+// An entry file's path and content, as entryText gives them; empty when the file is missing or unreadable.
+QByteArray entryFileText(const QString& path);
 // Writes a generated entry file atomically, creating its folder; answers whether it was written.
 bool writeEntryFile(const QString& path, const QByteArray& content);
 

@@ -39,4 +39,9 @@ void disable(QSettings*)
     QFile::remove(agentPath());
 }
 
+QByteArray entryText(QSettings*)
+{
+    return entryFileText(agentPath());
+}
+
 } // namespace autostart

@@ -27,4 +27,14 @@ void disable(QSettings* runSettings)
     runSettings->remove(QCoreApplication::applicationName());
 }
 
+QByteArray entryText(QSettings* runSettings)
+{
+    if (!isEnabled(runSettings)) {
+        return {};
+    }
+    return (runSettings->fileName() + QLatin1Char('\n') + QCoreApplication::applicationName() + QStringLiteral(" = ")
+        + runSettings->value(QCoreApplication::applicationName()).toString() + QLatin1Char('\n'))
+        .toUtf8();
+}
+
 } // namespace autostart

@@ -40,4 +40,9 @@ void disable(QSettings*)
     QFile::remove(entryPath());
 }
 
+QByteArray entryText(QSettings*)
+{
+    return entryFileText(entryPath());
+}
+
 } // namespace autostart

@@ -4,6 +4,7 @@
 #include "connectdialog.h"
 #include "quitsignals.h"
 #include "statusdialog.h"
+#include "statusserver.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -58,6 +59,7 @@ Tray::Tray()
     connect(new QuitSignals(this), &QuitSignals::quitRequested, this, &Tray::quit);
     connectDialog = new ConnectDialog(this);
     statusDialog = new StatusDialog(nullptr);
+    (new StatusServer(connectDialog->workspaces(), connectDialog))->listen();
     connect(connectDialog, SIGNAL(connected(QString)), this, SLOT(connected(QString)));
 }
 

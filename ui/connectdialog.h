@@ -41,6 +41,9 @@ public:
     explicit ConnectDialog(QObject* tray);
     ~ConnectDialog() override;
 
+    // The workspaces by id, for readers outside the window such as the status socket.
+    const QMap<QString, Workspace*>& workspaces() const { return workspacesById; }
+
     void showMessageDialog(int kind, const QString& title, const QString& text);
     void showConfirmDialog(
         int kind, const QString& title, const QString& text, const std::function<void(bool)>& onAnswer);

@@ -1,0 +1,4 @@
+#include "guiplatform.h"
+
+// Windows and macOS always have their desktop's platform.
+void chooseGuiPlatform() { }
