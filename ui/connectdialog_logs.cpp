@@ -2,6 +2,7 @@
 #include "connectdialog.h"
 
 #include "logappender.h"
+#include "logline.h"
 #include "paths.h"
 #include "robotinfo.h"
 #include "session.h"
@@ -142,7 +143,7 @@ void ConnectDialog::receivedLog(Session* s, QString time, QString level, QString
     }
 
     if (s->logQueue)
-        s->logQueue->append(time + QLatin1Char(' ') + level.toUpper() + QLatin1Char(' ') + msg);
+        s->logQueue->append(LogLine::text(time, level, msg));
 }
 
 void ConnectDialog::searchLog(Session* s)
