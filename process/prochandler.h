@@ -56,7 +56,15 @@ private slots:
     void SetParameters(QStringList params);
 
 private:
+    // A line still without its end past this is dropped up to its end: enough for any real record, and it bounds
+    // what an endless line can hold.
+    static constexpr qint64 maximumLineBytes = 8 * 1024 * 1024;
+
+    // False when reading has to stop, or no complete line is left.
+    bool readLines();
     QByteArray readWholeLine();
+    // True once the end of the line being dropped has been read.
+    bool dropToLineEnd();
     // False when reading has to stop after this line.
     bool handleLine(const QByteArray& line);
     void answerPrompt(const QString& prompt);
@@ -66,4 +74,5 @@ private:
 
     TreeKill treeKill;
     QByteArray lineBuffer;
+    bool droppingLine = false;
 };
