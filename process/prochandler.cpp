@@ -52,6 +52,18 @@ void ProcHandler::setRobotId(const QString& value)
     robotId = value;
 }
 
+void ProcHandler::deleteWhenEnded()
+{
+    if (process->state() == QProcess::NotRunning) {
+        deleteLater();
+        return;
+    }
+    connect(process, &QProcess::stateChanged, this, [this](QProcess::ProcessState state) {
+        if (state == QProcess::NotRunning)
+            deleteLater();
+    });
+}
+
 void ProcHandler::onStdoutAvailable()
 {
     readLines();

@@ -26,6 +26,8 @@ public:
     void stop();
     void setPassword(const QString& value);
     void setRobotId(const QString& value);
+    // For an owner that is done with the handler: it goes now when its child has ended, else once the child ends.
+    void deleteWhenEnded();
 
     // 2 for a runner handler, 1 for an agent handler; the handler itself does not look at it.
     int mode;

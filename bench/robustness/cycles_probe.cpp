@@ -12,27 +12,14 @@
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QLabel>
-#include <QThread>
+#include <QTimer>
 
 #include <cstdio>
-#include <functional>
 #include <unistd.h>
 
 namespace {
 
 constexpr int warmUpCycles = 20;
-
-bool waitFor(const std::function<bool()>& done)
-{
-    const QDeadlineTimer deadline(20000);
-    while (!done()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QThread::msleep(1);
-    }
-    return true;
-}
 
 long residentKiB()
 {
@@ -87,31 +74,53 @@ int main(int argc, char* argv[])
         return 1;
     }
     buttons.first()->click();
-    TreeItem* row = nullptr;
-    // Signed in once the runner has been replaced by the agent alone.
-    if (!waitFor([&] { return (row = robotRow(window)) && childCount() == 1; })) {
-        std::fprintf(stderr, "no robot listed\n");
-        return 1;
-    }
 
+    // Every step runs from the event loop and returns to it, as a user's clicks do: deferred deletions happen only
+    // there.
+    enum class Step { SigningIn, Connecting, Disconnecting };
+    Step step = Step::SigningIn;
+    TreeItem* row = nullptr;
+    int cycle = 0;
     long warm = 0;
-    for (int cycle = 1; cycle <= cycles; ++cycle) {
+    QDeadlineTimer deadline(20000);
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &app, [&] {
+        if (deadline.hasExpired()) {
+            std::fprintf(stderr, "stuck in cycle %d\n", cycle);
+            QCoreApplication::exit(1);
+            return;
+        }
+        switch (step) {
+        case Step::SigningIn:
+            // Signed in once the agent alone runs.
+            if (!(row = robotRow(window)) || childCount() != 1)
+                return;
+            break;
+        case Step::Connecting:
+            if (!isConnected(row))
+                return;
+            row->disconnectAct->activate(QAction::Trigger);
+            step = Step::Disconnecting;
+            return;
+        case Step::Disconnecting:
+            if (childCount() != 1)
+                return;
+            if (cycle == warmUpCycles)
+                warm = residentKiB();
+            break;
+        }
+        if (cycle == cycles) {
+            QCoreApplication::exit(0);
+            return;
+        }
+        ++cycle;
+        deadline.setRemainingTime(20000);
         row->connectAct->activate(QAction::Trigger);
-        if (!waitFor([row] { return isConnected(row); })) {
-            std::fprintf(stderr, "cycle %d: no connection\n", cycle);
-            return 1;
-        }
-        row->disconnectAct->activate(QAction::Trigger);
-        if (!waitFor([] { return childCount() == 1; })) {
-            std::fprintf(stderr, "cycle %d: the runner did not end\n", cycle);
-            return 1;
-        }
-        if (cycle == warmUpCycles)
-            warm = residentKiB();
-    }
-    // Deferred deletions run once the loop turns.
-    waitFor([] { return true; });
-    QCoreApplication::processEvents();
+        step = Step::Connecting;
+    });
+    poll.start(1);
+    if (QApplication::exec() != 0)
+        return 1;
     std::printf("%d %ld %ld\n", cycles, warm, residentKiB());
     window.exit();
     return 0;

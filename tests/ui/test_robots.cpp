@@ -3,6 +3,7 @@
 #include "credentialsstore.h"
 #include "logline.h"
 #include "paths.h"
+#include "prochandler.h"
 #include "simrig.h"
 #include "treeitem.h"
 #include "yamlconvert.h"
@@ -15,6 +16,7 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QScrollBar>
 #include <QTest>
 #include <QTextBlock>
@@ -81,9 +83,12 @@ void TestRobots::connectFromTheRowThenDisconnect()
 
     QCOMPARE(row->nameLabel->palette().color(QPalette::WindowText), QColor(0xffffff));
 
+    const QPointer<ProcHandler> handler = s->runner;
     row->disconnectAct->trigger();
     verifyIdleRow(ws);
     QTRY_VERIFY(!alive(runner.pid));
+    // Freed with its connection, although the robot's page is still on screen.
+    QTRY_VERIFY(!handler);
     QCOMPARE(rig->runners().size(), 2);
 
     // The session is gone, but "Logs" still opens the folder named by the workspace's and the robot's names.
