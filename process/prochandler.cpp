@@ -3,6 +3,7 @@
 #include "runtimemessage.h"
 #include "runtimeprompts.h"
 
+#include <QDateTime>
 #include <QDebug>
 
 ProcHandler::ProcHandler(QObject* parent, int handlerMode)
@@ -51,12 +52,58 @@ void ProcHandler::setRobotId(const QString& value)
     robotId = value;
 }
 
+void ProcHandler::deleteWhenEnded()
+{
+    if (process->state() == QProcess::NotRunning) {
+        deleteLater();
+        return;
+    }
+    connect(process, &QProcess::stateChanged, this, [this](QProcess::ProcessState state) {
+        if (state == QProcess::NotRunning)
+            deleteLater();
+    });
+}
+
 void ProcHandler::onStdoutAvailable()
 {
+    readLines();
+    // The buffer of a long line goes back once it has been handled; ordinary lines keep reusing theirs.
+    if (lineBuffer.size() > 64 * 1024)
+        lineBuffer = QByteArray();
+}
+
+bool ProcHandler::readLines()
+{
     // Lines left in the buffer when reading stops wait for the child's next output, deliberately.
-    while (process->canReadLine()) {
-        if (!handleLine(readWholeLine()))
-            return;
+    for (;;) {
+        if (droppingLine && !dropToLineEnd())
+            return false;
+        if (process->canReadLine()) {
+            if (!handleLine(readWholeLine()))
+                return false;
+            continue;
+        }
+        // Everything buffered is one unfinished line: past the bound it goes, and so does the rest of it as it comes.
+        if (process->bytesAvailable() <= maximumLineBytes)
+            return false;
+        process->skip(process->bytesAvailable());
+        droppingLine = true;
+        emit receivedLog(QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs), QStringLiteral("warn"),
+            tr("An output line of the robot was longer than %1 MiB; it was dropped.").arg(maximumLineBytes >> 20));
+    }
+}
+
+bool ProcHandler::dropToLineEnd()
+{
+    char chunk[16 * 1024];
+    for (;;) {
+        const qint64 n = process->readLine(chunk, sizeof chunk);
+        if (n <= 0)
+            return false;
+        if (chunk[n - 1] == '\n') {
+            droppingLine = false;
+            return true;
+        }
     }
 }
 

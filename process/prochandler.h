@@ -26,6 +26,8 @@ public:
     void stop();
     void setPassword(const QString& value);
     void setRobotId(const QString& value);
+    // For an owner that is done with the handler: it goes now when its child has ended, else once the child ends.
+    void deleteWhenEnded();
 
     // 2 for a runner handler, 1 for an agent handler; the handler itself does not look at it.
     int mode;
@@ -58,7 +60,15 @@ private slots:
 private:
     friend struct ProcHandlerFuzzFeed; // the output protocol's fuzz harness
 
+    // A line still without its end past this is dropped up to its end: enough for any real record, and it bounds
+    // what an endless line can hold.
+    static constexpr qint64 maximumLineBytes = 8 * 1024 * 1024;
+
+    // False when reading has to stop, or no complete line is left.
+    bool readLines();
     QByteArray readWholeLine();
+    // True once the end of the line being dropped has been read.
+    bool dropToLineEnd();
     // False when reading has to stop after this line.
     bool handleLine(const QByteArray& line);
     void answerPrompt(const QString& prompt);
@@ -68,4 +78,5 @@ private:
 
     TreeKill treeKill;
     QByteArray lineBuffer;
+    bool droppingLine = false;
 };

@@ -1,6 +1,7 @@
 #include "statusdialog.h"
 #include "ui_statusdialog.h"
 
+#include "logline.h"
 #include "paths.h"
 
 #include <QDesktopServices>
@@ -29,7 +30,7 @@ StatusDialog::~StatusDialog()
 
 void StatusDialog::handleLog(QString time, QString level, QString message)
 {
-    ui->logs->append(time + QLatin1Char(' ') + level.toUpper() + QLatin1Char(' ') + message);
+    ui->logs->append(LogLine::text(time, level, message));
 }
 
 void StatusDialog::handleStatusChange(StatusDialog::Status status)

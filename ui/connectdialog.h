@@ -111,6 +111,7 @@ private:
     static bool isRobotLocked(const QString& robotId);
     void releaseDroppedPages();
     void detachSession(Session* s);
+    void releaseHandlers(Session* s);
 
     // connectdialog_logs.cpp
     void buildLogPane(Session* s);

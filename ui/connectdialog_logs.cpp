@@ -2,6 +2,7 @@
 #include "connectdialog.h"
 
 #include "logappender.h"
+#include "logline.h"
 #include "paths.h"
 #include "robotinfo.h"
 #include "session.h"
@@ -10,6 +11,8 @@
 
 #include <QDesktopServices>
 #include <QHBoxLayout>
+#include <QHash>
+#include <QIcon>
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
@@ -46,10 +49,21 @@ const QString toolStyle = QStringLiteral("QToolButton{border: 0; padding: 2px; b
                                          "QToolButton:checked{background-color: #8e9297; border-radius: 4px;} "
                                          "QToolButton:hover{background-color: #4f545c; border-radius: 4px;}");
 
+// One icon object per image for all pages: an icon caches its scaled pixmaps under its own key, so new icons for
+// every page would pile copies up in the pixmap cache over a day of connects.
+QIcon sharedIcon(const QString& path)
+{
+    static QHash<QString, QIcon> icons;
+    auto it = icons.find(path);
+    if (it == icons.end())
+        it = icons.insert(path, QIcon(path));
+    return *it;
+}
+
 QToolButton* makeToolButton(const QString& icon, const QString& toolTip, bool checkable)
 {
     auto* button = new QToolButton;
-    button->setIcon(QIcon(icon));
+    button->setIcon(sharedIcon(icon));
     button->setToolTip(toolTip);
     button->setCheckable(checkable);
     button->setCursor(Qt::PointingHandCursor);
@@ -88,7 +102,7 @@ void ConnectDialog::buildLogPane(Session* s)
     s->searchEdit = new QLineEdit;
     s->searchEdit->setPlaceholderText(tr("Search"));
     s->searchEdit->setStyleSheet(searchStyle);
-    s->searchEdit->addAction(QIcon(QStringLiteral(":/images/search_icon.png")), QLineEdit::LeadingPosition);
+    s->searchEdit->addAction(sharedIcon(QStringLiteral(":/images/search_icon.png")), QLineEdit::LeadingPosition);
     QToolButton* wordMatch = makeToolButton(QStringLiteral(":/images/match.png"), tr("Word match"), true);
     QToolButton* caseSensitive = makeToolButton(QStringLiteral(":/images/case.png"), tr("Case sensitive"), true);
     addTrailingToggle(s->searchEdit, wordMatch);
@@ -142,7 +156,7 @@ void ConnectDialog::receivedLog(Session* s, QString time, QString level, QString
     }
 
     if (s->logQueue)
-        s->logQueue->append(time + QLatin1Char(' ') + level.toUpper() + QLatin1Char(' ') + msg);
+        s->logQueue->append(LogLine::text(time, level, msg));
 }
 
 void ConnectDialog::searchLog(Session* s)

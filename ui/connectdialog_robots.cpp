@@ -173,6 +173,8 @@ void ConnectDialog::doDisconnect(Session* s, bool exiting)
     s->connected = false;
     if (s->runner)
         s->runner->stop();
+    // The connection has ended; its page may stay on screen a while longer, its handlers need not.
+    releaseHandlers(s);
 
     Workspace* ws = s->workspace;
     if (QTreeWidgetItem* item = ws->tree->itemFromIndex(s->index))
@@ -209,18 +211,27 @@ void ConnectDialog::releaseDroppedPages()
 
 void ConnectDialog::detachSession(Session* s)
 {
-    // The handlers stay with the window and their processes may still print; nothing of theirs may reach the
-    // session once it is deleted.
-    for (ProcHandler* handler : { s->runner, s->agent }) {
-        if (handler)
-            handler->disconnect(this);
-    }
+    releaseHandlers(s);
     if (s->page) {
         if (shownPage == s->page)
             shownPage = nullptr;
         s->page->hide();
         s->page->deleteLater();
     }
+}
+
+void ConnectDialog::releaseHandlers(Session* s)
+{
+    // A handler whose runtime still runs (a removed workspace leaves it running) lives on until the runtime ends, but
+    // nothing of it may reach the session any more.
+    for (ProcHandler* handler : { s->runner, s->agent }) {
+        if (handler) {
+            handler->disconnect(this);
+            handler->deleteWhenEnded();
+        }
+    }
+    s->runner = nullptr;
+    s->agent = nullptr;
 }
 
 void ConnectDialog::doLockRobot(Session* s, bool locked)

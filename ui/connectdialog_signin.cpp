@@ -221,6 +221,7 @@ void ConnectDialog::handleConnect(Session* session, QString robotId)
     session->signInButton->setText(QString());
     session->signInButton->start();
 
+    releaseHandlers(session);
     session->runner = new ProcHandler(this, 2);
     session->agent = new ProcHandler(this, 1);
     if (!robotId.isEmpty()) {

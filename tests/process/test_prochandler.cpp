@@ -29,6 +29,8 @@ private slots:
     void linesBecomeSignalsAndAnswersInOrder();
     void someLinesPauseReading_data();
     void someLinesPauseReading();
+    void endlessLinesAreDropped_data();
+    void endlessLinesAreDropped();
     void noProcessOutlivesTheChild_data();
     void noProcessOutlivesTheChild();
     void programThatCannotStartEmitsNothing();
@@ -188,6 +190,33 @@ void TestProcHandler::someLinesPauseReading()
     QTRY_VERIFY(events.contains(u"exit 0 normal"_s));
     QCOMPARE(events, firstEvents + QStringList({ u"log ||second"_s, u"log ||third"_s, u"exit 0 normal"_s }));
     QCOMPARE(recorded(u"stdin"_s), answers);
+}
+
+void TestProcHandler::endlessLinesAreDropped_data()
+{
+    QTest::addColumn<int>("bytes");
+    QTest::addColumn<QStringList>("expected");
+    const QString next = u"log ||next"_s;
+    QTest::newRow("within the bound") << (7 << 20) << QStringList { u"log ||7340032 x"_s, next };
+    QTest::newRow("past the bound")
+        << (20 << 20)
+        << QStringList { u"log now|warn|An output line of the robot was longer than 8 MiB; it was dropped."_s, next };
+}
+
+// A line that never ends must not take the program's memory: past the bound it is dropped, with one warning, up to
+// its end; the line after it is read as usual.
+void TestProcHandler::endlessLinesAreDropped()
+{
+    QFETCH(int, bytes);
+    QFETCH(QStringList, expected);
+    run("printraw {\"msg\":\"\nstream " + QByteArray::number(bytes)
+        + "\nprintraw \"}\\x0a{\"msg\":\"next\"}\\x0a\nhang\n");
+    QTRY_VERIFY_WITH_TIMEOUT(events.contains(u"log ||next"_s), 30000);
+    for (QString& event : events) {
+        event.replace(QRegularExpression(u"^log [^|]+\\|warn\\|"_s), u"log now|warn|"_s);
+        event.replace(QRegularExpression(u"x{1000,}"_s), u"%1 x"_s.arg(bytes));
+    }
+    QCOMPARE(events, expected);
 }
 
 void TestProcHandler::noProcessOutlivesTheChild_data()

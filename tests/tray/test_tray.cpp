@@ -229,6 +229,11 @@ void TestTray::logLinesAndBound()
     QCOMPARE(document->blockCount(), 8192);
     QCOMPARE(document->firstBlock().text(), QStringLiteral("t INFO 109"));
     QVERIFY(!document->isUndoAvailable());
+    // A huge line is cut as in the robot's log view.
+    status->handleLog(QStringLiteral("t"), QStringLiteral("info"), QString(20000, QLatin1Char('x')));
+    QCOMPARE(document->lastBlock().text(),
+        QStringLiteral("t INFO ") + QString(16377, QLatin1Char('x'))
+            + QStringLiteral("\u2026 [cut from 20007 characters]"));
 }
 
 QTEST_MAIN(TestTray)

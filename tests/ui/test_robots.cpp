@@ -1,7 +1,9 @@
 // Robots end to end against the runtime simulator: connection control from the row with the robot options, the
 // runtime exiting on its own, lock mode, and the log view's bound, unread badges and search.
 #include "credentialsstore.h"
+#include "logline.h"
 #include "paths.h"
+#include "prochandler.h"
 #include "simrig.h"
 #include "treeitem.h"
 #include "yamlconvert.h"
@@ -14,6 +16,7 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QScrollBar>
 #include <QTest>
 #include <QTextBlock>
@@ -53,6 +56,8 @@ private slots:
     void robotWhoseRuntimeExitsEndsIdleAndForgotten();
     void lockModeAsksOnlyWhenConnected();
     void viewKeepsTheNewest8192Lines();
+    void longLinesAreCutWithTheirLength_data();
+    void longLinesAreCutWithTheirLength();
     void badgesCountUnseenLines();
     void searchWrapsOnceThenReportsNotFound();
 
@@ -78,9 +83,12 @@ void TestRobots::connectFromTheRowThenDisconnect()
 
     QCOMPARE(row->nameLabel->palette().color(QPalette::WindowText), QColor(0xffffff));
 
+    const QPointer<ProcHandler> handler = s->runner;
     row->disconnectAct->trigger();
     verifyIdleRow(ws);
     QTRY_VERIFY(!alive(runner.pid));
+    // Freed with its connection, although the robot's page is still on screen.
+    QTRY_VERIFY(!handler);
     QCOMPARE(rig->runners().size(), 2);
 
     // The session is gone, but "Logs" still opens the folder named by the workspace's and the robot's names.
@@ -158,6 +166,33 @@ void TestRobots::viewKeepsTheNewest8192Lines()
         rig->logLine(s, QString::number(i));
     QTRY_COMPARE(view->document()->lastBlock().text(), QStringLiteral("t INFO 18493"));
     QCOMPARE(view->cursorForPosition(QPoint(1, 1)).block().text(), top);
+}
+
+void TestRobots::longLinesAreCutWithTheirLength_data()
+{
+    QTest::addColumn<QString>("msg");
+    QTest::addColumn<QString>("shown");
+    const QString prefix = QStringLiteral("t INFO ");
+    const QString fits(LogLine::maximumLength - prefix.size(), QLatin1Char('x'));
+    QTest::newRow("fits") << fits << prefix + fits;
+    QTest::newRow("one over") << fits + QLatin1Char('y')
+                              << prefix + fits + QStringLiteral("\u2026 [cut from 16385 characters]");
+    // The cut falls inside a surrogate pair: the whole pair goes.
+    const QString pair = fits.chopped(1) + QStringLiteral("\U0001F600z");
+    QTest::newRow("surrogate pair") << pair
+                                    << prefix + fits.chopped(1) + QStringLiteral("\u2026 [cut from 16386 characters]");
+}
+
+// Laying out one huge wrapped line would freeze the window.
+void TestRobots::longLinesAreCutWithTheirLength()
+{
+    QFETCH(QString, msg);
+    QFETCH(QString, shown);
+    rig->list({ r1 });
+    Session* s = rig->showLog(r1);
+    rig->logLine(s, msg);
+    QTRY_COMPARE(s->logView->document()->firstBlock().text(), shown);
+    QCOMPARE(s->logView->blockCount(), 1);
 }
 
 void TestRobots::badgesCountUnseenLines()

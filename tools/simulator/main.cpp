@@ -19,6 +19,7 @@
 //   sleep <ms>         pause
 //   flood <n> <text>   print text n times as fast as the pipe takes it, ${N} counting from 1
 //   every <ms> <text>  print text every ms until stdin closes, ${N} counting from 1
+//   stream <bytes>     write that many 'x' bytes without a newline (with printraw/print: one huge line)
 //   ignore-term        ignore SIGTERM
 //   spawn-child        start a grandchild that sleeps in our process group; record its pid
 //   exit <code>        end with that exit code
@@ -176,6 +177,13 @@ void flood(qint64 count, const QByteArray& text)
     writeAll(STDOUT_FILENO, chunk);
 }
 
+void stream(qint64 bytes)
+{
+    const QByteArray chunk(1 << 16, 'x');
+    for (; bytes > 0; bytes -= chunk.size())
+        writeAll(STDOUT_FILENO, bytes >= chunk.size() ? chunk : chunk.left(bytes));
+}
+
 [[noreturn]] void every(int ms, const QByteArray& text)
 {
     QByteArray line;
@@ -236,6 +244,8 @@ void run(const QByteArray& command, const QByteArray& argument)
             flood(argument.left(space).toLongLong(), text);
         else
             every(argument.left(space).toInt(), text);
+    } else if (command == "stream") {
+        stream(argument.toLongLong());
     } else if (command == "ignore-term") {
         std::signal(SIGTERM, SIG_IGN);
     } else if (command == "spawn-child") {
