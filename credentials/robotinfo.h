@@ -4,7 +4,7 @@
 #include <QMetaType>
 #include <QString>
 
-// One robot as the runtime lists it. Never deleted by the records that point to it.
+// One robot as the runtime lists it. A listing's records are its handler's; a session owns its own.
 struct RobotInfo {
     RobotInfo(const QString& robotId, const QString& robotName)
         : id(robotId)

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "robotinfo.h"
+
 #include <QMetaType>
 #include <QModelIndex>
+
+#include <memory>
 
 class QCheckBox;
 class QLineEdit;
@@ -10,10 +14,9 @@ class QWidget;
 class QLoadingButton;
 class LogAppender;
 class ProcHandler;
-struct RobotInfo;
 struct Workspace;
 
-// One view inside a workspace: the sign-in form (empty robot id) or one robot. Holds pointers only; the widgets
+// One view inside a workspace: the sign-in form (empty robot id) or one robot. Owns its robot record; the widgets
 // belong to their Qt parents and the handlers to the window.
 struct Session {
     explicit Session(Workspace* owner)
@@ -30,7 +33,7 @@ struct Session {
     QLoadingButton* signInButton = nullptr;
     bool noDesignerAttach = false;
     bool sendCrashDump = true;
-    RobotInfo* robot = nullptr;
+    std::unique_ptr<RobotInfo> robot;
     QModelIndex index;
     bool connected = false;
     QPlainTextEdit* logView = nullptr;

@@ -1,5 +1,6 @@
 #include "workspace.h"
 
+#include "credential.h"
 #include "session.h"
 
 #include <QHBoxLayout>
@@ -14,4 +15,9 @@ Workspace::~Workspace()
 {
     delete layout;
     qDeleteAll(sessions);
+}
+
+void Workspace::setCredentials(Credential* value)
+{
+    credentials.reset(value);
 }

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
+
 class QAction;
 class QHBoxLayout;
 class QLabel;
@@ -18,8 +20,8 @@ class TreeWidget;
 struct Credential;
 struct Session;
 
-// One cloud workspace of the window. Owns its sessions; does not own `credentials`, the sessions' process handlers
-// or their robots, which are deliberately left alone on deletion.
+// One cloud workspace of the window. Owns its sessions and its credentials; does not own the sessions' process
+// handlers, which are deliberately left alone on deletion.
 struct Workspace {
     Workspace();
     ~Workspace();
@@ -27,8 +29,9 @@ struct Workspace {
     Workspace& operator=(const Workspace&) = delete;
 
     QString getId() const { return id; }
-    Credential* getCredentials() const { return credentials; }
-    void setCredentials(Credential* value) { credentials = value; }
+    Credential* getCredentials() const { return credentials.get(); }
+    // Takes `value` over; the credentials it replaces go.
+    void setCredentials(Credential* value);
 
     QString name;
     QString currentRobotId;
@@ -39,7 +42,7 @@ struct Workspace {
     QModelIndex rootIndex;
     QStringList robots;
     QString id;
-    Credential* credentials = nullptr;
+    std::unique_ptr<Credential> credentials;
     QLabel* badge = nullptr;
     QMenu* menu = nullptr;
     QAction* signOutAction = nullptr;

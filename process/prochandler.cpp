@@ -5,6 +5,7 @@
 
 #include <QDateTime>
 #include <QDebug>
+#include <QScopeGuard>
 
 ProcHandler::ProcHandler(QObject* parent, int handlerMode)
     : QObject(parent)
@@ -205,6 +206,8 @@ void ProcHandler::answerPrompt(const QString& prompt)
 bool ProcHandler::selectRobot(const RuntimeMessage& message)
 {
     const QList<RobotInfo*> robots = message.listedRobots();
+    // Also when no receiver is left (a removed workspace's runtime may still list its robots).
+    const auto release = qScopeGuard([&robots] { qDeleteAll(robots); });
     RobotInfo* chosen = nullptr;
     if (!robotId.isEmpty()) {
         // With repeated ids the last one listed is the one chosen.
@@ -216,11 +219,6 @@ bool ProcHandler::selectRobot(const RuntimeMessage& message)
     if (!chosen) {
         emit robotsListed(robots);
         return false;
-    }
-    // Only the chosen robot goes out; the others would belong to no one.
-    for (RobotInfo* listed : robots) {
-        if (listed != chosen)
-            delete listed;
     }
     writeLine(robotId);
     emit robotSelected(chosen);

@@ -42,6 +42,7 @@ signals:
     // Texts by reference: the same normalized signature, without copies per line.
     void receivedLog(const QString& time, const QString& level, const QString& msg);
     void loggedIn(const QString& wsName);
+    // The listed robots are the handler's and last for the signal only: receivers copy what they keep.
     void robotsListed(QList<RobotInfo*> robots);
     void robotSelected(RobotInfo* robot);
     void robotConnected(RobotInfo* robot);

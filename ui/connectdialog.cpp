@@ -88,6 +88,7 @@ ConnectDialog::ConnectDialog(QObject* tray)
 ConnectDialog::~ConnectDialog()
 {
     RuntimePrompts::setWarningHook(nullptr);
+    qDeleteAll(droppedSessions);
     qDeleteAll(workspacesById);
     delete ui;
 }

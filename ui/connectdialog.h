@@ -84,7 +84,7 @@ private:
 
     // connectdialog_signin.cpp
     // Also builds s->page and places it, hidden, in the right-hand area beside the form's placeholder page, so
-    // showing a session only swaps which page is visible.
+    // showing a session only swaps which page is visible. The session takes `robot` over.
     Session* createSession(Workspace* ws, RobotInfo* robot, const QModelIndex& index);
     void buildSignInPane(Session* s);
     void validateField(QLineEdit* field);

@@ -19,6 +19,8 @@
 
 #include <yaml-cpp/yaml.h>
 
+#include <optional>
+
 namespace {
 
 // Passwords are kept as standard base64 of their UTF-8 bytes.
@@ -136,7 +138,11 @@ void ConnectDialog::signOutWorkspace(Workspace* ws)
     }
 
     const int position = ui->scroll_v_layout->indexOf(ws->page);
-    const Credential* previous = ws->getCredentials();
+    // A copy: the workspace takes its credentials along.
+    std::optional<Credential> previous;
+    if (const Credential* current = ws->getCredentials()) {
+        previous = *current;
+    }
     if (previous) {
         workspacesByName.remove(previous->workspace);
     }

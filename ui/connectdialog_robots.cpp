@@ -124,7 +124,7 @@ void ConnectDialog::doConnectRobot(Session* s, QString id, QModelIndex index)
         robotSession = createSession(ws, new RobotInfo(id, row ? row->nameLabel->text() : QString()), index);
     }
 
-    if (const Credential* credentials = ws->credentials) {
+    if (const Credential* credentials = ws->getCredentials()) {
         robotSession->workspaceEdit->setText(credentials->workspace);
         robotSession->identityEdit->setText(credentials->identity);
         robotSession->passwordEdit->setText(credentials->password);

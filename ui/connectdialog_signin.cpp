@@ -80,7 +80,7 @@ Session* ConnectDialog::createSession(Workspace* ws, RobotInfo* robot, const QMo
 {
     releaseDroppedPages();
     auto* s = new Session(ws);
-    s->robot = robot ? robot : new RobotInfo(QString(), QString());
+    s->robot.reset(robot ? robot : new RobotInfo(QString(), QString()));
     s->index = index;
     ws->sessions.insert(s->robot->id, s);
 

@@ -1,5 +1,5 @@
 // The output protocol: each line of the input goes through the parser and the handler's dispatch, as a line read
-// from a runtime would, without a child. Prompts are answered by hooks; robots handed out go to their receiver here.
+// from a runtime would, without a child. Prompts are answered by hooks.
 #include "prochandler.h"
 #include "runtimemessage.h"
 #include "runtimeprompts.h"
@@ -27,8 +27,6 @@ ProcHandler* makeHandler()
     auto* handler = new ProcHandler(nullptr, 2);
     handler->setPassword(QStringLiteral("pw"));
     handler->setRobotId(QStringLiteral("r1"));
-    QObject::connect(handler, &ProcHandler::robotsListed, [](const QList<RobotInfo*>& robots) { qDeleteAll(robots); });
-    QObject::connect(handler, &ProcHandler::robotSelected, [](RobotInfo* robot) { delete robot; });
     return handler;
 }
 

@@ -278,13 +278,10 @@ ProcHandler* TestProcHandler::run(const QByteArray& scenario, const QString& rob
         QStringList ids;
         for (RobotInfo* robot : robots)
             ids.append(robot->id + '/'_L1 + robot->name);
-        qDeleteAll(robots);
         events.append(u"listed ["_s + ids.join(','_L1) + ']'_L1);
     });
-    connect(h, &ProcHandler::robotSelected, this, [this](RobotInfo* robot) {
-        events.append(u"selected "_s + robot->id + '/'_L1 + robot->name);
-        delete robot;
-    });
+    connect(h, &ProcHandler::robotSelected, this,
+        [this](RobotInfo* robot) { events.append(u"selected "_s + robot->id + '/'_L1 + robot->name); });
     connect(h, &ProcHandler::robotConnected, this,
         [this](RobotInfo* robot) { events.append(robot ? u"connected robot"_s : u"connected null"_s); });
     connect(h, &ProcHandler::authFailed, this, [this] { events.append(u"authFailed"_s); });
