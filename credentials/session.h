@@ -5,10 +5,10 @@
 
 class QCheckBox;
 class QLineEdit;
-class QPlainTextEdit;
 class QWidget;
 class QLoadingButton;
 class LogAppender;
+class LogView;
 class ProcHandler;
 struct RobotInfo;
 struct Workspace;
@@ -33,7 +33,7 @@ struct Session {
     RobotInfo* robot = nullptr;
     QModelIndex index;
     bool connected = false;
-    QPlainTextEdit* logView = nullptr;
+    LogView* logView = nullptr;
     bool searchWholeWords = false;
     bool searchCaseSensitive = false;
 

@@ -2,6 +2,7 @@
 #include "connectdialog.h"
 
 #include "logappender.h"
+#include "logview.h"
 #include "paths.h"
 #include "robotinfo.h"
 #include "session.h"
@@ -13,9 +14,7 @@
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
-#include <QPlainTextEdit>
 #include <QScrollBar>
-#include <QTextCursor>
 #include <QTextDocument>
 #include <QToolButton>
 #include <QUrl>
@@ -46,11 +45,13 @@ const QString toolStyle = QStringLiteral("QToolButton{border: 0; padding: 2px; b
                                          "QToolButton:checked{background-color: #8e9297; border-radius: 4px;} "
                                          "QToolButton:hover{background-color: #4f545c; border-radius: 4px;}");
 
-QToolButton* makeToolButton(const QString& icon, const QString& toolTip, bool checkable)
+QToolButton* makeToolButton(const QString& icon, const QString& toolTip, const QString& description, bool checkable)
 {
     auto* button = new QToolButton;
     button->setIcon(QIcon(icon));
     button->setToolTip(toolTip);
+    button->setAccessibleName(toolTip);
+    button->setAccessibleDescription(description);
     button->setCheckable(checkable);
     button->setCursor(Qt::PointingHandCursor);
     button->setStyleSheet(toolStyle);
@@ -68,15 +69,16 @@ void addTrailingToggle(QLineEdit* field, QToolButton* button)
 
 void ConnectDialog::buildLogPane(Session* s)
 {
-    s->logView = new QPlainTextEdit;
-    s->logView->setReadOnly(true);
+    s->logView = new LogView(maxLogLines);
     s->logView->setFont(regularFont);
     s->logView->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     s->logView->setStyleSheet(logViewStyle);
-    s->logView->setMaximumBlockCount(maxLogLines);
     s->logView->verticalScrollBar()->setStyleSheet(scrollBarStyle);
     s->logView->horizontalScrollBar()->setStyleSheet(scrollBarStyle);
-    s->logQueue = new LogAppender(s->logView);
+    s->logView->setAccessibleName(tr("Log of %1").arg(s->robot->name));
+    s->logView->setSavePath(
+        [s] { return logsRoot() + QStringLiteral("/%1/%2/%2.log").arg(s->workspace->name, s->robot->name); });
+    s->logQueue = s->logView->appender();
 
     auto* icon = new QLabel;
     icon->setPixmap(QPixmap(QStringLiteral(":/images/robot_icon.png"))
@@ -88,17 +90,26 @@ void ConnectDialog::buildLogPane(Session* s)
     s->searchEdit = new QLineEdit;
     s->searchEdit->setPlaceholderText(tr("Search"));
     s->searchEdit->setStyleSheet(searchStyle);
+    s->searchEdit->setAccessibleName(tr("Search"));
     s->searchEdit->addAction(QIcon(QStringLiteral(":/images/search_icon.png")), QLineEdit::LeadingPosition);
-    QToolButton* wordMatch = makeToolButton(QStringLiteral(":/images/match.png"), tr("Word match"), true);
-    QToolButton* caseSensitive = makeToolButton(QStringLiteral(":/images/case.png"), tr("Case sensitive"), true);
+    QToolButton* wordMatch = makeToolButton(
+        QStringLiteral(":/images/match.png"), tr("Word match"), tr("Makes the search case-sensitive"), true);
+    QToolButton* caseSensitive = makeToolButton(
+        QStringLiteral(":/images/case.png"), tr("Case sensitive"), tr("Makes the search match whole words"), true);
     addTrailingToggle(s->searchEdit, wordMatch);
     addTrailingToggle(s->searchEdit, caseSensitive);
-    QToolButton* clear = makeToolButton(QStringLiteral(":/images/trash_icon.png"), tr("Clear Logs"), false);
+    QToolButton* clear = makeToolButton(
+        QStringLiteral(":/images/trash_icon.png"), tr("Clear Logs"), tr("Empties this robot's log view"), false);
 
     // Crossed on purpose and kept so: "Word match" governs case and "Case sensitive" whole words.
     connect(wordMatch, &QToolButton::toggled, this, [s](bool on) { s->searchCaseSensitive = on; });
     connect(caseSensitive, &QToolButton::toggled, this, [s](bool on) { s->searchWholeWords = on; });
-    connect(s->searchEdit, &QLineEdit::returnPressed, this, [this, s] { searchLog(s); });
+    connect(s->searchEdit, &QLineEdit::returnPressed, this, [this, s] { searchLog(s, false); });
+    connect(s->logView, &LogView::searchRequested, this, [this, s](bool backward) { searchLog(s, backward); });
+    connect(s->logView, &LogView::searchFieldRequested, s->searchEdit, [s] {
+        s->searchEdit->setFocus(Qt::ShortcutFocusReason);
+        s->searchEdit->selectAll();
+    });
     connect(clear, &QToolButton::clicked, this, [this, s] { doClearLogs(s); });
 
     auto* toolBar = new QWidget;
@@ -118,6 +129,7 @@ void ConnectDialog::buildLogPane(Session* s)
     column->setSpacing(0);
     column->addWidget(toolBar);
     column->addWidget(s->logView);
+    s->logView->addShortcutsTo(s->logPage);
     s->page->layout()->addWidget(s->logPage);
 }
 
@@ -142,32 +154,25 @@ void ConnectDialog::receivedLog(Session* s, QString time, QString level, QString
     }
 
     if (s->logQueue)
-        s->logQueue->append(time + QLatin1Char(' ') + level.toUpper() + QLatin1Char(' ') + msg);
+        s->logQueue->append(
+            time + QLatin1Char(' ') + level.toUpper() + QLatin1Char(' ') + msg, LogView::severityOf(level));
 }
 
-void ConnectDialog::searchLog(Session* s)
+void ConnectDialog::searchLog(Session* s, bool backward)
 {
     const QString text = s->searchEdit->text();
     if (text.isEmpty())
         return;
-    s->logQueue->flush();
-
     QTextDocument::FindFlags flags;
     if (s->searchWholeWords)
         flags |= QTextDocument::FindWholeWords;
     if (s->searchCaseSensitive)
         flags |= QTextDocument::FindCaseSensitively;
-
-    const QTextCursor before = s->logView->textCursor();
-    if (s->logView->find(text, flags))
-        return;
-    QTextCursor start = s->logView->textCursor();
-    start.movePosition(QTextCursor::Start);
-    s->logView->setTextCursor(start);
-    if (s->logView->find(text, flags))
-        return;
-    showMessageDialog(0, tr("Not Found"), tr("Cannot find \"%1\".").arg(text));
-    s->logView->setTextCursor(before);
+    if (backward)
+        flags |= QTextDocument::FindBackward;
+    // Wraps once; on failure the cursor stays where it was.
+    if (!s->logView->findShown(text, flags))
+        showMessageDialog(0, tr("Not Found"), tr("Cannot find \"%1\".").arg(text));
 }
 
 void ConnectDialog::doClearLogs(Session* s)

@@ -1,6 +1,7 @@
 // Robots end to end against the runtime simulator: connection control from the row with the robot options, the
 // runtime exiting on its own, lock mode, and the log view's bound, unread badges and search.
 #include "credentialsstore.h"
+#include "logview.h"
 #include "paths.h"
 #include "simrig.h"
 #include "treeitem.h"
