@@ -91,7 +91,9 @@ void ConnectDialog::buildLogPane(Session* s)
     s->searchEdit->setPlaceholderText(tr("Search"));
     s->searchEdit->setStyleSheet(searchStyle);
     s->searchEdit->setAccessibleName(tr("Search"));
-    s->searchEdit->addAction(QIcon(QStringLiteral(":/images/search_icon.png")), QLineEdit::LeadingPosition);
+    // The icon's button takes its name from the action.
+    s->searchEdit->addAction(QIcon(QStringLiteral(":/images/search_icon.png")), QLineEdit::LeadingPosition)
+        ->setText(tr("Search"));
     QToolButton* wordMatch = makeToolButton(
         QStringLiteral(":/images/match.png"), tr("Word match"), tr("Makes the search case-sensitive"), true);
     QToolButton* caseSensitive = makeToolButton(
@@ -146,6 +148,7 @@ void ConnectDialog::receivedLog(Session* s, QString time, QString level, QString
         }
         ws->badge->setText(QString::number(unread));
         ws->badge->setToolTip(tr("%1 new messages").arg(unread));
+        ws->badge->setAccessibleName(TreeItem::unreadText(unread));
         ws->badge->show();
         if (row)
             row->addUnread(1);

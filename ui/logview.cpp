@@ -44,6 +44,7 @@ LogView::LogView(int maxLines)
     hint->setStyleSheet(hintStyle);
     hint->setAccessibleDescription(tr("Follows the newest lines again"));
     hint->hide();
+    describe();
     connect(hint, &QPushButton::clicked, this, [this] { setFollowing(true); });
     status->setStyleSheet(statusStyle);
     status->hide();
@@ -203,6 +204,7 @@ void LogView::setFilter(Filter filter)
     for (QTextBlock block = document->firstBlock(); block.isValid(); block = block.next())
         block.setVisible(isShown(static_cast<Severity>(block.userState())));
     document->markContentsDirty(0, document->characterCount());
+    describe();
 
     if (following) {
         keepAtBottom();
@@ -246,6 +248,7 @@ void LogView::keepAtBottom()
 
 void LogView::updateHint()
 {
+    describe();
     if (following || held == 0) {
         hint->hide();
         return;
@@ -254,6 +257,16 @@ void LogView::updateHint()
     hint->adjustSize();
     placeOverlays();
     hint->show();
+}
+
+void LogView::describe()
+{
+    const QString shown[] = { tr("All lines"), tr("Warnings and errors only"), tr("Errors only") };
+    QString text = shown[static_cast<int>(shownFilter)];
+    if (!following)
+        text += QStringLiteral(", ") + (held ? tr("held, %1 new").arg(held) : tr("held"));
+    if (text != accessibleDescription())
+        setAccessibleDescription(text);
 }
 
 void LogView::showStatus(const QString& text)

@@ -70,6 +70,8 @@ private:
     void scrolled(int value);
     void keepAtBottom();
     void updateHint();
+    // Tells screen readers what the view shows and whether it follows.
+    void describe();
     void showStatus(const QString& text);
     void placeOverlays();
     void saveAs();
