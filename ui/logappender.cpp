@@ -29,12 +29,6 @@ void LogAppender::flush()
     flushTimer.stop();
     if (pending.isEmpty())
         return;
-    // Lines that the bound would drop at once are never laid out.
-    const int limit = view->maximumBlockCount();
-    if (limit > 0 && pending.size() > limit) {
-        pending.erase(pending.begin(), pending.end() - limit);
-        severities.erase(severities.begin(), severities.end() - limit);
-    }
     view->appendLines(pending, severities);
     pending.clear();
     severities.clear();

@@ -118,8 +118,16 @@ bool LogView::isShown(Severity severity) const
     return severity >= static_cast<int>(shownFilter);
 }
 
-void LogView::appendLines(const QStringList& lines, const QList<Severity>& severities)
+void LogView::appendLines(const QStringList& batch, const QList<Severity>& severities)
 {
+    if (!following) {
+        for (const Severity severity : severities)
+            held += isShown(severity);
+    }
+    // Lines that the bound would drop at once are never laid out.
+    const int limit = maximumBlockCount();
+    const qsizetype skip = limit > 0 ? qMax<qsizetype>(0, batch.size() - limit) : 0;
+    const QStringList lines = skip ? batch.mid(skip) : batch;
     makeRoomFor(static_cast<int>(lines.size()));
     QTextDocument* document = this->document();
     // One edit: the layout sees the new blocks once, already tagged, and never lays out the hidden ones.
@@ -131,7 +139,7 @@ void LogView::appendLines(const QStringList& lines, const QList<Severity>& sever
     const int first = cursor.blockNumber();
     // Joined by the block separator rather than "\n", so that a line ending in "\r" stays a line of its own.
     cursor.insertText(lines.join(QChar::ParagraphSeparator));
-    tagBlocks(document->findBlockByNumber(first), lines, severities);
+    tagBlocks(document->findBlockByNumber(first), lines, severities.mid(skip));
     cursor.endEditBlock();
 
     if (following)
@@ -146,8 +154,6 @@ void LogView::tagBlocks(QTextBlock block, const QStringList& lines, const QList<
         const QString& line = lines.at(i);
         const Severity severity = severities.at(i);
         const bool shown = isShown(severity);
-        if (shown && !following)
-            ++held;
         // A line with line breaks in it spans several blocks: walk them by their lengths.
         qsizetype at = 0;
         for (;;) {

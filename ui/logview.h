@@ -32,7 +32,7 @@ public:
     // The one way lines reach the view; it batches them.
     LogAppender* appender() const { return queue; }
     // Appends a batch at once; LogAppender calls it.
-    void appendLines(const QStringList& lines, const QList<Severity>& severities);
+    void appendLines(const QStringList& batch, const QList<Severity>& severities);
 
     void setFilter(Filter filter);
     Filter filter() const { return shownFilter; }
