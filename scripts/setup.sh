@@ -7,6 +7,7 @@ packages=(
     qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libgl-dev libxcb1-dev libyaml-cpp-dev
     xvfb xauth trayer xdotool x11-utils imagemagick
     fonts-dejavu-core clang-format clang-tidy jq
+    at-spi2-core python3-pyatspi dbus-x11
 )
 
 missing=()
