@@ -30,6 +30,9 @@ KeyboardNavigation::KeyboardNavigation(QWidget* target, const QList<QWidget*>& p
 
 bool KeyboardNavigation::eventFilter(QObject* watched, QEvent* event)
 {
+    // Every event of the application passes here: sort out the few that matter first.
+    if (event->type() != QEvent::KeyPress && event->type() != QEvent::ContextMenu)
+        return false;
     auto* widget = qobject_cast<QWidget*>(watched);
     if (!widget || widget->window() != window)
         return false;
@@ -39,7 +42,7 @@ bool KeyboardNavigation::eventFilter(QObject* watched, QEvent* event)
     }
     // Before anything has the focus, keys go to the window itself.
     QWidget* focus = QApplication::focusWidget();
-    if (event->type() != QEvent::KeyPress || widget != (focus ? focus : window))
+    if (widget != (focus ? focus : window))
         return false;
     const auto* key = static_cast<QKeyEvent*>(event);
     const Qt::KeyboardModifiers modifiers = key->modifiers() & ~Qt::KeypadModifier;
@@ -143,14 +146,10 @@ bool KeyboardNavigation::moveInList(QWidget* from, bool down)
     std::sort(buttons.begin(), buttons.end(), [this](QPushButton* a, QPushButton* b) {
         return a->mapTo(window, QPoint(0, 0)).y() < b->mapTo(window, QPoint(0, 0)).y();
     });
+    // Only the focus moves: Space or Enter selects, and the list's first button adds a workspace.
     const qsizetype at = buttons.indexOf(static_cast<QPushButton*>(from)) + (down ? 1 : -1);
-    if (at < 0 || at >= buttons.size())
-        return true;
-    QPushButton* reached = buttons.at(at);
-    reached->setFocus(Qt::TabFocusReason);
-    reached->click();
-    if (reached->isVisible())
-        reached->setFocus(Qt::TabFocusReason);
+    if (at >= 0 && at < buttons.size())
+        buttons.at(at)->setFocus(Qt::TabFocusReason);
     return true;
 }
 

@@ -7,8 +7,8 @@
 class QWidget;
 
 // Keyboard access to a window built of panes: Tab and Shift+Tab walk the panes in the given order and, inside each,
-// its controls in reading order; Up and Down move between the buttons of a list pane and select the one reached;
-// Space and Enter press a styled button and leave the focus on it; the context-menu key and Shift+F10 open the
+// its controls in reading order; Up and Down move between the buttons of a list pane; Space and Enter press a styled
+// button and leave the focus on it; the context-menu key and Shift+F10 open the
 // focused control's menu, in a tree the menu of its current row.
 class KeyboardNavigation : public QObject
 {

@@ -1,99 +1,51 @@
 #!/usr/bin/python3
-"""Walks the accessibility tree of the application whose process id is given, over the AT-SPI bus of the session
-bus in the environment, as a screen reader sees it. Prints one line per problem: a button, check box, menu item or
-tree row on screen without a name, or a control whose role is not what it works as; exits 1 when there is any, 2
-when the application is not on the bus. With --list it prints instead one line per object on screen,
-"role<TAB>name<TAB>description", followed by "<TAB>focused" for the focused one; --dump prints the whole tree.
-Usage: atspi_walk.py <pid> [--list|--dump]"""
+"""Walks the accessibility tree of the application with the given process id over the AT-SPI bus, as a screen reader
+sees it. Prints the problems among the objects on screen: a button, check box, row or menu entry without a name, or
+a control whose role is not what it works as, then "walked". With --list it prints one line per object on screen instead:
+"role<TAB>name<TAB>description", and "<TAB>focused" for the focused one. Usage: atspi_walk.py <pid> [--list]"""
 import re
 import sys
 import time
 
 import pyatspi
 
-NAMED = {
-    pyatspi.ROLE_PUSH_BUTTON,
-    pyatspi.ROLE_TOGGLE_BUTTON,
-    pyatspi.ROLE_CHECK_BOX,
-    pyatspi.ROLE_TABLE_CELL,
-    pyatspi.ROLE_TREE_ITEM,
-    pyatspi.ROLE_LIST_ITEM,
-    pyatspi.ROLE_MENU_ITEM,
-    pyatspi.ROLE_CHECK_MENU_ITEM,
-    pyatspi.ROLE_RADIO_MENU_ITEM,
-}
-ROW = {pyatspi.ROLE_TABLE_CELL, pyatspi.ROLE_TREE_ITEM}
-CHECKABLE = {pyatspi.ROLE_CHECK_BOX, pyatspi.ROLE_TOGGLE_BUTTON}
-BUTTON = {pyatspi.ROLE_PUSH_BUTTON}
+R = pyatspi
+NAMED = {R.ROLE_PUSH_BUTTON, R.ROLE_TOGGLE_BUTTON, R.ROLE_CHECK_BOX, R.ROLE_TABLE_CELL, R.ROLE_TREE_ITEM,
+         R.ROLE_LIST_ITEM, R.ROLE_MENU_ITEM, R.ROLE_CHECK_MENU_ITEM, R.ROLE_RADIO_MENU_ITEM}
+CHECKABLE = {R.ROLE_CHECK_BOX, R.ROLE_TOGGLE_BUTTON}
+BUTTON = {R.ROLE_PUSH_BUTTON}
 ROBOT_ROW = re.compile(r".+, (connected|idle)(, locked)?$")
-# Controls whose role must match how they work: checkable ones say so, robot rows are rows.
-EXPECTED_ROLE = {
-    "Word match": CHECKABLE,
-    "Case sensitive": CHECKABLE,
-    "Send crash dump report": CHECKABLE,
-    "Do not attach to designer": CHECKABLE,
-    "Add Workspace": BUTTON,
-    "Minimize": BUTTON,
-    "Maximize": BUTTON,
-    "Close": BUTTON,
-    "Clear Logs": BUTTON,
-}
+EXPECTED_ROLE = {name: CHECKABLE for name in
+                 ("Word match", "Case sensitive", "Send crash dump report", "Do not attach to designer")}
+EXPECTED_ROLE.update({name: BUTTON for name in ("Add Workspace", "Minimize", "Maximize", "Close", "Clear Logs")})
 
 
-def find_application(pid, seconds=20):
+def application(pid, seconds=20):
     deadline = time.time() + seconds
     while time.time() < deadline:
-        desktop = pyatspi.Registry.getDesktop(0)
-        for app in desktop:
-            try:
-                if app is not None and app.get_process_id() == pid:
-                    return app
-            except Exception:
-                pass
+        for app in R.Registry.getDesktop(0):
+            if app is not None and app.get_process_id() == pid:
+                return app
         time.sleep(0.2)
-    return None
+    sys.exit("application %d is not on the accessibility bus" % pid)
 
 
-def walk(node, depth, problems, mode):
-    try:
-        role = node.getRole()
-        name = node.name or ""
-        states = node.getState()
-    except Exception:
-        return
-    showing = states.contains(pyatspi.STATE_SHOWING)
-    if mode == "--dump":
-        print("%s%s %r%s" % ("  " * depth, node.getRoleName(), name, "" if showing else " (hidden)"))
-    elif mode == "--list" and showing:
-        focused = "\tfocused" if states.contains(pyatspi.STATE_FOCUSED) else ""
-        print("%s\t%s\t%s%s" % (node.getRoleName(), name, node.description or "", focused))
-    if showing:
-        if role in NAMED and not name.strip():
-            problems.append("%s without a name (under %r)" % (node.getRoleName(), node.parent.name if node.parent else ""))
-        expected = EXPECTED_ROLE.get(name)
-        if expected is None and ROBOT_ROW.match(name):
-            expected = ROW
-        if expected is not None and role not in expected:
-            problems.append("%r is a %s" % (name, node.getRoleName()))
+def walk(node, listing):
+    role, name, states = node.getRole(), node.name or "", node.getState()
+    if states.contains(R.STATE_SHOWING):
+        if listing:
+            focused = "\tfocused" if states.contains(R.STATE_FOCUSED) else ""
+            print("%s\t%s\t%s%s" % (node.getRoleName(), name, node.description or "", focused))
+        elif role in NAMED and not name.strip():
+            print("%s without a name, in %r" % (node.getRoleName(), node.parent.name if node.parent else ""))
+        else:
+            expected = EXPECTED_ROLE.get(name, {R.ROLE_TABLE_CELL, R.ROLE_TREE_ITEM} if ROBOT_ROW.match(name) else None)
+            if expected is not None and role not in expected:
+                print("%r is a %s" % (name, node.getRoleName()))
     for child in node:
         if child is not None:
-            walk(child, depth + 1, problems, mode)
+            walk(child, listing)
 
 
-def main():
-    pid = int(sys.argv[1])
-    mode = sys.argv[2] if len(sys.argv) > 2 else ""
-    app = find_application(pid)
-    if app is None:
-        print("application %d is not on the accessibility bus" % pid)
-        return 2
-    problems = []
-    walk(app, 0, problems, mode)
-    if not mode:
-        for problem in problems:
-            print(problem)
-    return 1 if problems else 0
-
-
-if __name__ == "__main__":
-    sys.exit(main())
+walk(application(int(sys.argv[1])), "--list" in sys.argv)
+print("walked")
