@@ -63,6 +63,8 @@ LogToolBar::LogToolBar(const QString& robotName, const QFont& nameFont)
     addTrailingToggle(searchField, wordMatch);
     addTrailingToggle(searchField, caseSensitive);
 
+    // A QWidget subclass paints its style sheet's background only when asked to.
+    setAttribute(Qt::WA_StyledBackground);
     setStyleSheet(QStringLiteral("background-color: #2f3136;"));
     auto* tools = new QHBoxLayout(this);
     tools->setContentsMargins(12, 6, 12, 6);
