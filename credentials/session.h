@@ -9,10 +9,10 @@
 
 class QCheckBox;
 class QLineEdit;
-class QPlainTextEdit;
 class QWidget;
 class QLoadingButton;
 class LogAppender;
+class LogView;
 class ProcHandler;
 struct Workspace;
 
@@ -36,7 +36,7 @@ struct Session {
     std::unique_ptr<RobotInfo> robot;
     QModelIndex index;
     bool connected = false;
-    QPlainTextEdit* logView = nullptr;
+    LogView* logView = nullptr;
     bool searchWholeWords = false;
     bool searchCaseSensitive = false;
 

@@ -2,6 +2,8 @@
 #include "ui_connectdialog.h"
 
 #include "appglobals.h"
+#include "focusring.h"
+#include "keyboardnavigation.h"
 #include "launchoptions.h"
 #include "messagedialog.h"
 #include "prochandler.h"
@@ -41,7 +43,8 @@ ConnectDialog::ConnectDialog(QObject* tray)
     regularFont = applicationFont(QStringLiteral(":/fonts/Poppins-Regular.ttf"));
     ui->btn_workspace_name->setFont(semiBoldFont);
 
-    ui->v_layout->insertWidget(0, new Titlebar(this));
+    auto* titlebar = new Titlebar(this);
+    ui->v_layout->insertWidget(0, titlebar);
 
     auto* addButton = new QButton(
         { QStringLiteral("#c0cdda"), QStringLiteral("#343a41"), QStringLiteral("#45bf6c"), QStringLiteral("#45bf6c") },
@@ -49,6 +52,7 @@ ConnectDialog::ConnectDialog(QObject* tray)
         QStringLiteral("0px 14px"), QStringLiteral("4px"), QStringLiteral("36px"), QStringLiteral("36px"));
     addButton->setIcon(QIcon(QPixmap(QStringLiteral(":/images/add_icon_24x24.png"))));
     addButton->setToolTip(tr("Add Workspace"));
+    addButton->setAccessibleName(tr("Add Workspace"));
     connect(addButton, SIGNAL(onClicked()), this, SLOT(addConnect()));
     ui->scroll_v_layout->insertWidget(0, addButton);
 
@@ -81,6 +85,9 @@ ConnectDialog::ConnectDialog(QObject* tray)
 
     ui->versionText->setText(appVersion);
     ui->versionText->setStyleSheet(QStringLiteral("color: #777; padding: 0; margin: 0;"));
+
+    new KeyboardNavigation(this, { ui->scrollWidget, ui->tabBarWidget, nullptr, titlebar }, ui->scrollWidget);
+    FocusRing::install();
 
     show();
 }

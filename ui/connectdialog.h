@@ -115,7 +115,7 @@ private:
 
     // connectdialog_logs.cpp
     void buildLogPane(Session* s);
-    void searchLog(Session* s);
+    void searchLog(Session* s, bool backward);
     static void openLogFolder(const QString& workspaceName, const QString& robotName);
 
     friend class ConnectDialogProbe; // tests

@@ -5,7 +5,6 @@
 #include "credential.h"
 #include "paths.h"
 #include "prochandler.h"
-#include "repolish.h"
 #include "robotinfo.h"
 #include "session.h"
 #include "treeitem.h"
@@ -44,12 +43,6 @@ QCheckBox* makeOption(const QFont& font, const QString& text, const QString& too
     // Read only when the runtime's command line is built, so a change counts from the robot's next connect.
     QObject::connect(box, &QCheckBox::toggled, box, [flag](bool on) { *flag = on; });
     return box;
-}
-
-void setNameConnected(TreeItem* row, bool connected)
-{
-    row->nameLabel->setProperty("connected", connected);
-    repolish(row->nameLabel);
 }
 
 } // namespace
@@ -148,7 +141,7 @@ void ConnectDialog::robotConnected(Session* s, RobotInfo* /*robot: always null, 
 {
     TreeItem* row = rowWidget(s);
     if (row)
-        setNameConnected(row, true);
+        row->setConnected(true);
     s->connected = true;
     if (row)
         row->setLocked(isRobotLocked(s->robot->id));
@@ -182,7 +175,7 @@ void ConnectDialog::doDisconnect(Session* s, bool exiting)
     ws->sessions.remove(s->robot->id);
 
     if (TreeItem* row = rowWidget(s)) {
-        setNameConnected(row, false);
+        row->setConnected(false);
         row->setLocked(isRobotLocked(s->robot->id));
     }
     // Quitting keeps the remembered robots, so they reconnect at the next automatic start.

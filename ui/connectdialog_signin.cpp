@@ -308,6 +308,7 @@ void ConnectDialog::robotsListed(Session* session, QList<RobotInfo*> robots)
 
     ws->button->setText(ws->name.left(2).toUpper());
     ws->button->setToolTip(ws->name);
+    ws->button->setAccessibleName(ws->name);
     if (ws == currentWorkspace)
         ui->btn_workspace_name->setText(ws->name);
     // Signed in: the form gives way to the "no robots connected" placeholder.

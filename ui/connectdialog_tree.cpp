@@ -3,7 +3,6 @@
 #include "ui_connectdialog.h"
 
 #include "qbutton.h"
-#include "repolish.h"
 #include "robotinfo.h"
 #include "session.h"
 #include "treeheader.h"
@@ -69,6 +68,9 @@ QPushButton* makeSelectionBar()
 {
     auto* bar = new QPushButton();
     bar->setFixedSize(6, 24);
+    // It only marks the current workspace: skipped by Tab, named for screen readers.
+    bar->setFocusPolicy(Qt::NoFocus);
+    bar->setAccessibleName(QCoreApplication::translate("ConnectDialog", "Current workspace"));
     bar->setStyleSheet(selectionBarStyle);
     QSizePolicy policy = bar->sizePolicy();
     policy.setRetainSizeWhenHidden(true);
@@ -92,6 +94,7 @@ Workspace* ConnectDialog::addConnect(int insertIndex)
 
     auto* root = new QTreeWidgetItem(ws->tree);
     root->setFlags(root->flags() ^ Qt::ItemIsSelectable);
+    root->setData(0, Qt::AccessibleTextRole, tr("Robots"));
     auto* header = new TreeHeader(tr("ROBOTS"));
     header->setEnabled(false);
     ws->tree->setItemWidget(root, 0, header);
@@ -100,6 +103,7 @@ Workspace* ConnectDialog::addConnect(int insertIndex)
 
     auto* placeholder = new QTreeWidgetItem(root);
     root->setForeground(0, QBrush(QColor(0xC0CDDA)));
+    placeholder->setData(0, Qt::AccessibleTextRole, tr("No robots listed yet"));
     auto* placeholderRow = new TreeItem(tr("Connect"));
     placeholderRow->setEnabled(false);
     ws->tree->setItemWidget(placeholder, 0, placeholderRow);
@@ -301,8 +305,10 @@ void ConnectDialog::addRobotRow(Workspace* ws, RobotInfo* robot)
     auto* item = new QTreeWidgetItem(robotsItem(ws));
     item->setData(0, Qt::UserRole, robot->id);
     auto* row = new TreeItem(robot->name);
-    row->nameLabel->setProperty("connected", false);
-    repolish(row->nameLabel);
+    // Rows are item widgets, so the item carries what a screen reader says for the row.
+    connect(row, &TreeItem::accessibleTextChanged, this,
+        [item](const QString& text) { item->setData(0, Qt::AccessibleTextRole, text); });
+    row->setConnected(false);
     if (isRobotLocked(robot->id)) {
         row->lockAct->activate(QAction::Trigger);
         row->setLocked(true);

@@ -1,12 +1,6 @@
 #include "logappender.h"
 
-#include <QPlainTextEdit>
-#include <QScrollBar>
-#include <QTextBlock>
-#include <QTextCursor>
-#include <QTextDocument>
-
-LogAppender::LogAppender(QPlainTextEdit* target)
+LogAppender::LogAppender(LogView* target)
     : QObject(target)
     , view(target)
 {
@@ -14,8 +8,9 @@ LogAppender::LogAppender(QPlainTextEdit* target)
     connect(&flushTimer, &QTimer::timeout, this, &LogAppender::flush);
 }
 
-void LogAppender::append(const QString& line)
+void LogAppender::append(const QString& line, LogView::Severity severity)
 {
+    severities.append(severity);
     pending.append(line);
     // Under a flood the child's pipe is always readable and Qt's GLib event loop then runs timers only at idle
     // priority, so a timer alone could leave lines queued for seconds: a flood flushes from here, at most about 50
@@ -34,13 +29,9 @@ void LogAppender::flush()
     flushTimer.stop();
     if (pending.isEmpty())
         return;
-    // Lines that the bound would drop at once are never laid out.
-    const int limit = view->maximumBlockCount();
-    if (limit > 0 && pending.size() > limit)
-        pending.erase(pending.begin(), pending.end() - limit);
-    makeRoomFor(static_cast<int>(pending.size()));
-    view->appendPlainText(pending.join(QLatin1Char('\n')));
+    view->appendLines(pending, severities);
     pending.clear();
+    severities.clear();
     lastFlush.start();
 }
 
@@ -48,31 +39,5 @@ void LogAppender::discard()
 {
     flushTimer.stop();
     pending.clear();
-}
-
-void LogAppender::makeRoomFor(int lines)
-{
-    QTextDocument* document = view->document();
-    const int limit = document->maximumBlockCount();
-    const int excess = document->blockCount() + lines - limit;
-    if (limit <= 0 || excess <= 0 || document->isEmpty())
-        return;
-    const bool dropsAll = excess >= document->blockCount();
-    const QTextBlock firstKept = document->findBlockByNumber(excess);
-    const int keptFrom = dropsAll ? document->characterCount() - 1 : firstKept.position();
-    const int droppedLines = dropsAll ? document->lineCount() : firstKept.firstLineNumber();
-    QScrollBar* scrollBar = view->verticalScrollBar();
-    const int top = scrollBar->value();
-    const bool following = top == scrollBar->maximum();
-
-    // Inside an edit block, placing a cursor by position lays nothing out.
-    QTextCursor cursor(document);
-    cursor.beginEditBlock();
-    cursor.setPosition(keptFrom, QTextCursor::KeepAnchor);
-    cursor.removeSelectedText();
-    cursor.endEditBlock();
-
-    // A reader scrolled up keeps the lines on screen while older ones go.
-    if (!following)
-        scrollBar->setValue(qMax(0, top - droppedLines));
+    severities.clear();
 }

@@ -99,8 +99,24 @@ void MessageDialog::addButton(const QString& text, std::function<void()> action)
         QStringLiteral("transparent"), QStringLiteral("0px"), QStringLiteral("8px 16px"), QStringLiteral("64px"),
         QStringLiteral("18px"));
     button->setText(text);
-    connect(button, &QPushButton::clicked, button, std::move(action), Qt::DirectConnection);
+    connect(
+        button, &QPushButton::clicked, button,
+        [this, run = std::move(action)] {
+            answered = true;
+            run();
+        },
+        Qt::DirectConnection);
     buttonRow->addWidget(button);
+    escapeButton = button;
+}
+
+void MessageDialog::reject()
+{
+    // Closing after an answer comes back here and only hides the dialog.
+    if (escapeButton && !answered)
+        escapeButton->click();
+    else
+        QDialog::reject();
 }
 
 void MessageDialog::showNonBlocking()

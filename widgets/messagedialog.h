@@ -6,6 +6,7 @@
 
 class QBoxLayout;
 class QFont;
+class QPushButton;
 
 // The program's own message box: a frameless, rounded, dark dialog that is shown modal but without blocking the
 // caller. The caller's flag is set while a message is up; only "OK" clears it, "Yes" and "No" leave it set.
@@ -23,6 +24,10 @@ public:
     static MessageDialog* showConfirm(const QFont& titleFont, const QFont& textFont, bool* messageOpen, int kind,
         const QString& title, const QString& text, std::function<void(bool)> onAnswer);
 
+protected:
+    // Escape answers as the last button does ("OK" or "No").
+    void reject() override;
+
 private:
     MessageDialog(const QFont& titleFont, const QFont& textFont, bool* messageOpen, int kind, const QString& title,
         const QString& text);
@@ -31,4 +36,6 @@ private:
     void showNonBlocking();
 
     QBoxLayout* buttonRow;
+    QPushButton* escapeButton = nullptr;
+    bool answered = false;
 };

@@ -40,6 +40,7 @@ void Titlebar::addButton(const QString& hoverColor, const QString& focusColor, c
         QStringLiteral("0px"));
     button->setIcon(QIcon(icon));
     button->setToolTip(toolTip);
+    button->setAccessibleName(toolTip);
     connect(button, SIGNAL(onClicked()), receiver, slot);
     ui->h_title_layout_2->addWidget(button);
 }

@@ -1,5 +1,6 @@
 #include "treeitem.h"
 
+#include "repolish.h"
 #include "treerow.h"
 
 #include <QAction>
@@ -38,6 +39,7 @@ void TreeItem::buildLabels(const QString& name)
     lockLabel->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     lockLabel->setFixedWidth(16);
     lockLabel->setToolTip(tr("Locked"));
+    lockLabel->setAccessibleName(tr("Locked"));
     lockLabel->hide();
 
     nameLabel->setText(name);
@@ -125,6 +127,7 @@ void TreeItem::addUnread(int count)
     badgeLabel->setText(unread > 9 ? QStringLiteral("9+") : QString::number(unread));
     badgeLabel->show();
     badgeLabel->setToolTip(tr("%1 new messages").arg(unread));
+    badgeLabel->setAccessibleName(unreadText(unread));
 }
 
 void TreeItem::resetUnread()
@@ -132,6 +135,7 @@ void TreeItem::resetUnread()
     unread = 0;
     badgeLabel->setText(QStringLiteral("0"));
     badgeLabel->setToolTip(QString());
+    badgeLabel->setAccessibleName(unreadText(0));
     badgeLabel->hide();
 }
 
@@ -143,4 +147,36 @@ int TreeItem::unreadCount() const
 void TreeItem::setLocked(bool locked)
 {
     lockLabel->setVisible(locked);
+    announceState();
+}
+
+void TreeItem::setConnected(bool connected)
+{
+    nameLabel->setProperty("connected", connected);
+    repolish(nameLabel);
+    announceState();
+}
+
+QString TreeItem::accessibleText() const
+{
+    QString text = nameLabel->text() + QStringLiteral(", ")
+        + (nameLabel->property("connected").toBool() ? tr("connected") : tr("idle"));
+    if (!lockLabel->isHidden())
+        text += QStringLiteral(", ") + tr("locked");
+    return text;
+}
+
+QString TreeItem::unreadText(int count)
+{
+    return count == 1 ? tr("1 unread line") : tr("%1 unread lines").arg(count);
+}
+
+void TreeItem::announceState()
+{
+    const QString text = accessibleText();
+    if (text == accessibleName())
+        return;
+    // Naming the row tells assistive technology that its state changed.
+    setAccessibleName(text);
+    emit accessibleTextChanged(text);
 }

@@ -19,6 +19,11 @@ public:
     void resetUnread();
     int unreadCount() const;
     void setLocked(bool locked);
+    // Shows the robot connected (white name) or not (grey), through the name label's `connected` property.
+    void setConnected(bool connected);
+    // What a screen reader says for the row: its name and state.
+    QString accessibleText() const;
+    static QString unreadText(int count);
 
     const QString styleSheetText;
     QLabel* lockLabel;
@@ -37,6 +42,7 @@ signals:
     void clearAction();
     void disconnectAction();
     void lockAction(bool locked);
+    void accessibleTextChanged(const QString& text);
 
 public slots:
     // Each emits first and changes the enabling afterwards, so receivers still see the previous state.
@@ -53,6 +59,7 @@ private:
     void buildLabels(const QString& name);
     void buildMenu();
     void setConnectedActions(bool connected);
+    void announceState();
 
     int unread = 0;
 };

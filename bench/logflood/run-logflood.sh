@@ -6,11 +6,14 @@
 # after the first 10,000 lines and after all of them, and how long its event loop takes to answer during the flood
 # (median, 95th percentile and worst of a ping every 100 ms: the delay a click or a repaint would see), and the same
 # for three seconds once the flood is over, which shows what the machine itself adds.
-# Usage: run-logflood.sh <build dir> [lines] [screenshot.png]
+# With a view of "errors" the log page shows errors only (the flood's lines are all hidden), with "held" it does not
+# follow the newest line; both are set through the page's context menu before the flood.
+# Usage: run-logflood.sh <build dir> [lines] [screenshot.png] [all|errors|held]
 set -euo pipefail
 build=$(cd "$1" && pwd)
 lines=${2:-1000000}
 shot=${3:-}
+view=${4:-all}
 sim="$build/sim"
 tray="$build/bin/oxmerel-tray"
 minimal="$build/bin/minimal_logview"
@@ -40,7 +43,7 @@ print {"status":"logged_in","workspace":"Acme"}
 print {"status":"waiting_selection","items":[{"id":"r1","name":"Invoices"}]}
 expect
 print {"status":"connected","level":"info","msg":"connected","time":"09:00:00"}
-sleep 1000
+sleep $([ "$view" = all ] && echo 1000 || echo 6000)
 flood $lines $line
 exit 0
 [oxmerel-agent]
@@ -121,6 +124,17 @@ export OXMEREL_SIM_SCENARIO="$work/tray.scenario"
 HOME="$home" "$tray" --auto-start &
 tray_pid=$!
 pids=("$tray_pid" "${pids[@]}")
+if [ "$view" != all ]; then
+    window=$(xdotool search --sync --onlyvisible --pid "$tray_pid" --name '^Oxmerel Connect$' | head -n1)
+    sleep 2
+    # The log view fills the window's lower right; its context menu holds the filter and "Follow".
+    xdotool mousemove --window "$window" 700 400 click 3
+    sleep 0.5
+    case $view in
+    errors) xdotool key s e ;;
+    held) xdotool key f ;;
+    esac
+fi
 if [ -n "$shot" ]; then
     (sleep 4 && import -window root "$shot") &
 fi

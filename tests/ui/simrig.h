@@ -65,10 +65,11 @@ public:
         d->showPageContent(s, s->logPage);
         return s;
     }
-    void logLine(Session* s, const QString& msg)
+    void logLine(Session* s, const QString& msg, const QString& level = QStringLiteral("info"))
     {
-        d->receivedLog(s, QStringLiteral("t"), QStringLiteral("info"), msg);
+        d->receivedLog(s, QStringLiteral("t"), level, msg);
     }
+    bool messageOpen() const { return d->messageOpen; }
     void exit() { d->exit(); }
 
 protected:

@@ -1,7 +1,8 @@
 // Robots end to end against the runtime simulator: connection control from the row with the robot options, the
-// runtime exiting on its own, lock mode, and the log view's bound, unread badges and search.
+// runtime exiting on its own, lock mode, and the log view's unread badges and search.
 #include "credentialsstore.h"
 #include "logline.h"
+#include "logview.h"
 #include "paths.h"
 #include "prochandler.h"
 #include "simrig.h"
@@ -55,7 +56,6 @@ private slots:
     void connectFromTheRowThenDisconnect();
     void robotWhoseRuntimeExitsEndsIdleAndForgotten();
     void lockModeAsksOnlyWhenConnected();
-    void viewKeepsTheNewest8192Lines();
     void longLinesAreCutWithTheirLength_data();
     void longLinesAreCutWithTheirLength();
     void badgesCountUnseenLines();
@@ -134,38 +134,6 @@ void TestRobots::lockModeAsksOnlyWhenConnected()
     QVERIFY(rig->runners().at(2).argv.contains(QStringLiteral("--lock")));
     QTRY_VERIFY(!alive(firstRunner));
     QTRY_VERIFY(isConnected(ws, r1));
-}
-
-void TestRobots::viewKeepsTheNewest8192Lines()
-{
-    rig->list({ r1 });
-    Session* s = rig->showLog(r1);
-    QPlainTextEdit* view = s->logView;
-    // Without undo history, dropping old lines frees them.
-    QVERIFY(!view->document()->isUndoRedoEnabled());
-    const auto expectLines = [view](int first, int last) {
-        QCOMPARE(view->blockCount(), last - first + 1);
-        int expected = first;
-        for (QTextBlock block = view->document()->firstBlock(); block.isValid(); block = block.next())
-            QCOMPARE(block.text(), QStringLiteral("t INFO %1").arg(expected++));
-    };
-
-    // Lines arrive in bursts: the first fills part of the view, the second overflows it, the third alone is larger
-    // than the bound. Each time exactly the newest 8192 stay, in order.
-    for (const auto& [from, to] : { std::pair(1, 5000), std::pair(5001, 10000), std::pair(10001, 18193) }) {
-        for (int i = from; i <= to; ++i)
-            rig->logLine(s, QString::number(i));
-        QTRY_COMPARE(view->document()->lastBlock().text(), QStringLiteral("t INFO %1").arg(to));
-        expectLines(qMax(1, to - 8191), to);
-    }
-
-    // A reader scrolled up keeps the same line at the top while older lines are dropped.
-    view->verticalScrollBar()->setValue(1000);
-    const QString top = view->cursorForPosition(QPoint(1, 1)).block().text();
-    for (int i = 18194; i <= 18493; ++i)
-        rig->logLine(s, QString::number(i));
-    QTRY_COMPARE(view->document()->lastBlock().text(), QStringLiteral("t INFO 18493"));
-    QCOMPARE(view->cursorForPosition(QPoint(1, 1)).block().text(), top);
 }
 
 void TestRobots::longLinesAreCutWithTheirLength_data()

@@ -1,0 +1,237 @@
+// The log page's reader tools against the runtime simulator rig: the filter and follow rules under the bound and the
+// badges, and the keys that reach the tools, the panes, the rows' menus and the message dialogs.
+#include "logview.h"
+#include "simrig.h"
+#include "treeitem.h"
+#include "treewidget.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QLineEdit>
+#include <QMenu>
+#include <QScrollBar>
+#include <QTest>
+#include <QTextBlock>
+#include <QTimer>
+#include <QTreeWidget>
+
+namespace {
+
+const QString r1 = QStringLiteral("r1");
+const QString r2 = QStringLiteral("r2");
+
+QString levelOf(int line)
+{
+    return line % 10 == 0 ? QStringLiteral("error")
+        : line % 5 == 0   ? QStringLiteral("warning")
+                          : QStringLiteral("info");
+}
+
+QString textOf(int line)
+{
+    return QStringLiteral("t %1 %2").arg(levelOf(line).toUpper()).arg(line);
+}
+
+QString topLineText(LogView* view)
+{
+    return view->cursorForPosition(QPoint(1, 1)).block().text();
+}
+
+// Presses the key and answers the menu it opens: returns the menu's entries and closes it.
+QStringList menuOpenedBy(QWidget* widget, Qt::Key key, Qt::KeyboardModifiers modifiers)
+{
+    QStringList entries;
+    QTimer::singleShot(0, [&entries] {
+        if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+            for (QAction* action : menu->actions())
+                entries.append(action->text());
+            menu->close();
+        }
+    });
+    QTest::keyClick(widget, key, modifiers);
+    return entries;
+}
+
+} // namespace
+
+class TestLogView final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { rig = std::make_unique<SimRig>(); }
+    void cleanup() { rig.reset(); }
+    void filterAndFollowKeepTheBoundAndBadges_data();
+    void filterAndFollowKeepTheBoundAndBadges();
+    void keysReachTheTools();
+
+private:
+    std::unique_ptr<SimRig> rig;
+};
+
+void TestLogView::filterAndFollowKeepTheBoundAndBadges_data()
+{
+    QTest::addColumn<int>("filter");
+    QTest::addColumn<int>("before");
+    QTest::addColumn<bool>("hold");
+    QTest::addColumn<int>("after");
+    // Lines 10, 20, … are errors and 5, 15, … warnings. `before` lines arrive while the view follows, then the reader
+    // scrolls up when `hold` is set, then `after` more lines arrive.
+    QTest::newRow("all lines, following, under the bound") << 0 << 3000 << false << 2000;
+    QTest::newRow("all lines, one burst over the bound") << 0 << 0 << false << 18193;
+    QTest::newRow("errors only, following, over the bound") << 2 << 5000 << false << 4000;
+    QTest::newRow("all lines, held while old lines go") << 0 << 8192 << true << 300;
+    QTest::newRow("warnings and errors, held past the bound") << 1 << 4000 << true << 9000;
+}
+
+void TestLogView::filterAndFollowKeepTheBoundAndBadges()
+{
+    QFETCH(int, filter);
+    QFETCH(int, before);
+    QFETCH(bool, hold);
+    QFETCH(int, after);
+    Workspace* ws = rig->list({ r1, r2 });
+    Session* other = openRobot(ws, r2);
+    Session* s = rig->showLog(r1);
+    LogView* view = s->logView;
+    for (Session* each : { s, other })
+        each->logView->setFilter(static_cast<LogView::Filter>(filter));
+    const auto feed = [this, s, other, view](int from, int to) {
+        for (int i = from; i <= to; ++i) {
+            for (Session* each : { s, other })
+                rig->logLine(each, QString::number(i), levelOf(i));
+        }
+        if (to >= from)
+            QTRY_COMPARE(view->document()->lastBlock().text(), textOf(to));
+    };
+
+    feed(1, before);
+    QString top;
+    if (hold) {
+        view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum() / 2);
+        QVERIFY(!view->isFollowing());
+        top = topLineText(view);
+    }
+    const int topLine = top.section(QLatin1Char(' '), -1).toInt();
+    feed(before + 1, before + after);
+
+    // The bound keeps the newest 8192 lines whatever the filter shows; hidden lines keep their place in it.
+    const int total = before + after;
+    const int first = qMax(1, total - 8191);
+    QCOMPARE(view->blockCount(), total - first + 1);
+    QCOMPARE(view->document()->firstBlock().text(), textOf(first));
+    QStringList expected;
+    int arrivedShown = 0;
+    for (int i = 1; i <= total; ++i) {
+        const bool shown = view->severityOf(levelOf(i)) >= filter;
+        if (shown && i >= first)
+            expected.append(textOf(i));
+        arrivedShown += shown && i > before;
+    }
+    // What is saved is what is shown.
+    QCOMPARE(view->linesToSave(), expected);
+
+    // Held, the view counts what arrived and keeps its top line while that line is kept; following, it shows the end.
+    QCOMPARE(view->isFollowing(), !hold);
+    QCOMPARE(view->heldLines(), hold ? arrivedShown : 0);
+    if (hold && topLine >= first)
+        QCOMPARE(topLineText(view), top);
+    if (!hold)
+        QCOMPARE(view->verticalScrollBar()->value(), view->verticalScrollBar()->maximum());
+
+    // Hidden lines count for the badges as much as shown ones; the robot on screen counts none.
+    TreeItem* otherRow = rowOf(ws, r2);
+    QCOMPARE(otherRow->unreadCount(), total);
+    QCOMPARE(otherRow->badgeLabel->accessibleName(), QStringLiteral("%1 unread lines").arg(total));
+    QVERIFY(rowOf(ws, r1)->badgeLabel->isHidden());
+}
+
+void TestLogView::keysReachTheTools()
+{
+    // Signed in and selected again, so that the robots tree is on screen.
+    Workspace* ws = rig->signIn();
+    QVERIFY(ws);
+    rig->selectWorkspace(ws);
+    Session* s = rig->showLog(r1);
+    LogView* view = s->logView;
+    ConnectDialog* window = rig->dialog();
+    window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(window));
+    const QStringList levels = { QStringLiteral("info"), QStringLiteral("error"), QStringLiteral("warning"),
+        QStringLiteral("error"), QStringLiteral("info") };
+    const QStringList messages = { QStringLiteral("start"), QStringLiteral("first failure"), QStringLiteral("careful"),
+        QStringLiteral("second\nfailure"), QStringLiteral("end") };
+    for (int i = 0; i < levels.size(); ++i)
+        rig->logLine(s, messages[i], levels[i]);
+    QTRY_COMPARE(view->blockCount(), 6);
+    view->setFocus(Qt::TabFocusReason);
+
+    // Previous and next error walk the error lines shown, a line of a broken message each, and say when none is left.
+    QStringList visited;
+    for (int i = 0; i < 4; ++i) {
+        QTest::keyClick(view, Qt::Key_F8, Qt::ShiftModifier);
+        visited.append(view->textCursor().selectedText());
+    }
+    QCOMPARE(visited,
+        QStringList({ QStringLiteral("failure"), QStringLiteral("t ERROR second"),
+            QStringLiteral("t ERROR first failure"), QStringLiteral("t ERROR first failure") }));
+    QCOMPARE(view->statusText(), QStringLiteral("No earlier error"));
+    QTest::keyClick(view, Qt::Key_F8);
+    QCOMPARE(view->textCursor().selectedText(), QStringLiteral("t ERROR second"));
+
+    // Ctrl+F goes to the search field; F3 and Shift+F3 search on from the view with the field's text.
+    QTest::keyClick(view, Qt::Key_F, Qt::ControlModifier);
+    QCOMPARE(QApplication::focusWidget(), s->searchEdit);
+    QTest::keyClicks(s->searchEdit, QStringLiteral("INFO"));
+    view->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(view, Qt::Key_F3);
+    QCOMPARE(view->textCursor().block().text(), QStringLiteral("t INFO end"));
+    QTest::keyClick(view, Qt::Key_F3, Qt::ShiftModifier);
+    QCOMPARE(view->textCursor().block().text(), QStringLiteral("t INFO start"));
+
+    // With a filter on, copying takes only the lines shown.
+    view->setFilter(LogView::Filter::ErrorsOnly);
+    QTest::keyClick(view, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(view, Qt::Key_C, Qt::ControlModifier);
+    QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("t ERROR first failure\nt ERROR second\nfailure"));
+    // Every kind of break inside a message keeps its pieces together under the filter.
+    rig->logLine(s, QStringLiteral("a\rb%1c\r\n").arg(QChar(QChar::ParagraphSeparator)), QStringLiteral("error"));
+    rig->logLine(s, QStringLiteral("z\r"), QStringLiteral("info"));
+    QTRY_COMPARE(view->linesToSave().mid(3),
+        QStringList({ QStringLiteral("t ERROR a"), QStringLiteral("b"), QStringLiteral("c"), QString() }));
+
+    // Tab walks the log page in reading order (the field lays its trailing buttons out from the right); the
+    // context-menu key and Shift+F10 open menus where the focus is.
+    QStringList stops;
+    s->searchEdit->setFocus(Qt::TabFocusReason);
+    for (QWidget* focus = s->searchEdit; stops.size() < 6; focus = QApplication::focusWidget()) {
+        stops.append(focus->accessibleName());
+        QTest::keyClick(focus, Qt::Key_Tab);
+    }
+    QCOMPARE(stops,
+        QStringList({ QStringLiteral("Search"), QStringLiteral("Case sensitive"), QStringLiteral("Word match"),
+            QStringLiteral("Clear Logs"), QStringLiteral("Log of Invoices"), QString() }));
+    view->setFocus(Qt::TabFocusReason);
+    QVERIFY(menuOpenedBy(view, Qt::Key_Menu, Qt::NoModifier).contains(QStringLiteral("&Next Error")));
+    // Offscreen, a closed menu leaves no window active.
+    window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(window));
+    ws->tree->setFocus(Qt::TabFocusReason);
+    ws->tree->setCurrentItem(rowItem(ws, r2));
+    QCOMPARE(menuOpenedBy(ws->tree, Qt::Key_F10, Qt::ShiftModifier).value(0), QStringLiteral("Connect"));
+
+    // Escape answers a question as "No" does and a message as "OK" does; Enter as the first button.
+    QList<bool> answers;
+    for (const Qt::Key key : { Qt::Key_Escape, Qt::Key_Return }) {
+        window->showConfirmDialog(
+            1, QStringLiteral("Question"), QStringLiteral("Sure?"), [&answers](bool yes) { answers.append(yes); });
+        QTest::keyClick(QApplication::activeModalWidget(), key);
+    }
+    QCOMPARE(answers, QList<bool>({ false, true }));
+    window->showMessageDialog(0, QStringLiteral("Note"), QStringLiteral("Read this."));
+    QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Escape);
+    QTRY_VERIFY(!rig->messageOpen());
+}
+
+QTEST_MAIN(TestLogView)
+#include "test_logview.moc"
