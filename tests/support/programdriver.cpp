@@ -16,17 +16,12 @@ namespace {
 // A tray host embeds icons of at most its own height; the main window and menus are far larger.
 constexpr int maximumTrayIconSide = 32;
 
-// Runs an X tool and answers its standard output (empty on failure).
+// Runs an X tool and answers its standard output (empty on failure; one that hangs ends with its QProcess).
 QString tool(const QString& name, const QStringList& arguments)
 {
     QProcess process;
     process.start(name, arguments);
-    if (!process.waitForFinished(5000)) {
-        process.kill();
-        process.waitForFinished(1000);
-        return {};
-    }
-    return QString::fromUtf8(process.readAllStandardOutput());
+    return process.waitForFinished(5000) ? QString::fromUtf8(process.readAllStandardOutput()) : QString();
 }
 
 QString windowTitle(const QString& window)
