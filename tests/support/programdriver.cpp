@@ -133,17 +133,17 @@ bool ProgramDriver::quitFromTrayMenu()
     return waitForExit() == 0;
 }
 
-void ProgramDriver::click(const QString& window, int x, int y, int button, int count)
+void ProgramDriver::click(const QString& window, int x, int y, int button)
 {
     tool(u"xdotool"_s,
-        { u"mousemove"_s, u"--window"_s, window, QString::number(x), QString::number(y), u"click"_s, u"--repeat"_s,
-            QString::number(count), u"--delay"_s, u"80"_s, QString::number(button) });
+        { u"mousemove"_s, u"--window"_s, window, QString::number(x), QString::number(y), u"click"_s,
+            QString::number(button) });
 }
 
-void ProgramDriver::clickTrayIcon(const QString& icon, int button, int count)
+void ProgramDriver::clickTrayIcon(const QString& icon, int button)
 {
     const QRect area = geometry(icon);
-    click(icon, area.width() / 2, area.height() / 2, button, count);
+    click(icon, area.width() / 2, area.height() / 2, button);
     const int height = tool(u"xdotool"_s, { u"getdisplaygeometry"_s }).section(u' ', 1, 1).toInt();
     tool(u"xdotool"_s, { u"mousemove"_s, u"0"_s, QString::number(std::max(0, height - 1)) });
 }

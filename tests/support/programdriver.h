@@ -38,11 +38,11 @@ public:
     // "&Quit" from the tray menu; answers whether the program then ended with 0.
     bool quitFromTrayMenu();
 
-    // Clicks inside a window at (x, y) of the window, count times; button 1 left, 3 right.
-    static void click(const QString& window, int x, int y, int button = 1, int count = 1);
+    // Clicks inside a window at (x, y) of the window; button 1 left, 3 right.
+    static void click(const QString& window, int x, int y, int button = 1);
     // Clicks the middle of the tray icon, then parks the pointer in the screen's bottom-left corner so that no tool
     // tip shows and an open menu keeps its keyboard highlight.
-    static void clickTrayIcon(const QString& icon, int button = 1, int count = 1);
+    static void clickTrayIcon(const QString& icon, int button = 1);
     // Presses keys (xdotool key names) in a window. They are sent to it directly, so that neither the keyboard focus
     // nor a grab still held by the tray host on a busy machine decides where they land.
     static void keys(const QString& window, const QStringList& names);
