@@ -71,27 +71,26 @@ private slots:
 
     void convertsTheLegacyAccountInMemory_data()
     {
-        QTest::addColumn<bool>("yamlExists");
+        // A null yaml: no such file.
         QTest::addColumn<QByteArray>("yaml");
         QTest::addColumn<QByteArray>("json");
         QTest::addColumn<QStringList>("robots");
         const QByteArray account = R"({"workspace":"acme.oxmerel.cloud","identity":"ann","password":"czNjcmV0",)";
         const QByteArray vaults = R"("vaults":{"v2":"two","v1":"one","v3":5}})";
         const QByteArray full = account + R"("robot":"r7",)" + vaults;
-        QTest::newRow("no yaml") << false << QByteArray() << full << QStringList { u"r7"_s };
-        QTest::newRow("empty yaml") << true << QByteArray() << full << QStringList { u"r7"_s };
-        QTest::newRow("sequence root") << true << QByteArray("- a\n- b\n") << full << QStringList { u"r7"_s };
-        QTest::newRow("no robot") << false << QByteArray() << QByteArray(account + vaults) << QStringList { QString() };
+        QTest::newRow("no yaml") << QByteArray() << full << QStringList { u"r7"_s };
+        QTest::newRow("empty yaml") << QByteArray("") << full << QStringList { u"r7"_s };
+        QTest::newRow("sequence root") << QByteArray("- a\n- b\n") << full << QStringList { u"r7"_s };
+        QTest::newRow("no robot") << QByteArray() << QByteArray(account + vaults) << QStringList { QString() };
     }
 
     void convertsTheLegacyAccountInMemory()
     {
-        QFETCH(bool, yamlExists);
         QFETCH(QByteArray, yaml);
         QFETCH(QByteArray, json);
         QFETCH(QStringList, robots);
         testsupport::writeFile(credentialsJsonPath(), json);
-        if (yamlExists)
+        if (!yaml.isNull())
             testsupport::writeFile(credentialsYamlPath(), yaml);
 
         const YAML::Node entry = loadCredentials()["credentials"][u"acme.oxmerel.cloud"_s];
@@ -107,7 +106,7 @@ private slots:
 
         // Converted in memory only: neither file changes.
         QCOMPARE(testsupport::readFile(credentialsJsonPath()), json);
-        QCOMPARE(QFile::exists(credentialsYamlPath()), yamlExists);
+        QCOMPARE(QFile::exists(credentialsYamlPath()), !yaml.isNull());
         QCOMPARE(testsupport::readFile(credentialsYamlPath()), yaml);
     }
 

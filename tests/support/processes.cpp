@@ -3,6 +3,7 @@
 #include "tempfiles.h"
 
 #include <QDir>
+#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -48,6 +49,16 @@ QList<qint64> simulatorPids(const QString& recordPath, const QString& key)
             pids.append(record.value(key).toInteger());
     }
     return pids;
+}
+
+QString useSimulator(const QString& folder)
+{
+    const QString record = QDir(folder).filePath(QStringLiteral("record.jsonl"));
+    qputenv("OXMEREL_SIM_RECORD", QFile::encodeName(record));
+    const QByteArray simulatorFirst = qgetenv("OXMEREL_SIM_DIR") + ':';
+    if (!qgetenv("PATH").startsWith(simulatorFirst))
+        qputenv("PATH", simulatorFirst + qgetenv("PATH"));
+    return record;
 }
 
 } // namespace testsupport

@@ -12,5 +12,8 @@ bool groupAlive(qint64 group);
 // The pids the runtime simulator recorded under key: "pid" of every start of a program, "child" of every
 // grandchild it spawned.
 QList<qint64> simulatorPids(const QString& recordPath, const QString& key);
+// Puts the runtime simulator first on PATH, so that programs started next find it as the runtime, and has it record
+// into record.jsonl of folder; answers that file's path.
+QString useSimulator(const QString& folder);
 
 } // namespace testsupport

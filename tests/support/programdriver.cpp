@@ -1,12 +1,13 @@
 #include "programdriver.h"
 
 #include <QRegularExpression>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <algorithm>
 
 #include <signal.h>
+
+using namespace Qt::StringLiterals;
 
 namespace testsupport {
 
@@ -15,196 +16,155 @@ namespace {
 // A tray host embeds icons of at most its own height; the main window and menus are far larger.
 constexpr int maximumTrayIconSide = 32;
 
-int xwininfoValue(const QString& info, const QString& field)
+// Runs an X tool and answers its standard output (empty on failure; one that hangs ends with its QProcess).
+QString tool(const QString& name, const QStringList& arguments)
 {
-    const QRegularExpression line(
-        QStringLiteral("^\\s*") + QRegularExpression::escape(field) + QStringLiteral(":\\s*(-?\\d+)"),
-        QRegularExpression::MultilineOption);
-    return line.match(info).captured(1).toInt();
+    QProcess process;
+    process.start(name, arguments);
+    return process.waitForFinished(5000) ? QString::fromUtf8(process.readAllStandardOutput()) : QString();
+}
+
+QString windowTitle(const QString& window)
+{
+    return tool(u"xdotool"_s, { u"getwindowname"_s, window }).trimmed();
 }
 
 } // namespace
 
+ProgramDriver::ProgramDriver(const QStringList& arguments)
+{
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.start(qEnvironmentVariable("OXMEREL_TRAY_BIN"), arguments);
+    process.waitForStarted(10000);
+}
+
 ProgramDriver::~ProgramDriver()
 {
-    for (QProcess* program : std::as_const(programs)) {
-        if (program->state() != QProcess::NotRunning) {
-            kill(program, SIGKILL);
-            program->waitForFinished(5000);
-        }
-        delete program;
+    if (running()) {
+        kill(SIGKILL);
+        process.waitForFinished(5000);
     }
 }
 
-QProcess* ProgramDriver::start(const QStringList& arguments)
+int ProgramDriver::waitForExit(int timeoutMs)
 {
-    auto* program = new QProcess;
-    program->setProcessChannelMode(QProcess::ForwardedChannels);
-    program->start(qEnvironmentVariable("OXMEREL_TRAY_BIN"), arguments);
-    programs.append(program);
-    return program->waitForStarted(10000) ? program : nullptr;
+    const bool ended = !running() || process.waitForFinished(timeoutMs);
+    return ended && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
-int ProgramDriver::waitForExit(QProcess* program, int timeoutMs)
+void ProgramDriver::kill(int signal)
 {
-    const bool ended = program->state() == QProcess::NotRunning || program->waitForFinished(timeoutMs);
-    if (!ended || program->exitStatus() != QProcess::NormalExit) {
-        return -1;
-    }
-    return program->exitCode();
+    if (started())
+        ::kill(static_cast<pid_t>(process.processId()), signal);
 }
 
-void ProgramDriver::kill(QProcess* program, int signal)
+QStringList ProgramDriver::visibleWindows()
 {
-    if (program->processId() > 0) {
-        ::kill(static_cast<pid_t>(program->processId()), signal);
-    }
+    return tool(u"xdotool"_s, { u"search"_s, u"--onlyvisible"_s, u"--pid"_s, QString::number(process.processId()) })
+        .split(u'\n', Qt::SkipEmptyParts);
 }
 
-QString ProgramDriver::runTool(const QString& tool, const QStringList& arguments, int timeoutMs)
-{
-    QProcess process;
-    process.start(tool, arguments);
-    if (!process.waitForFinished(timeoutMs)) {
-        process.kill();
-        process.waitForFinished(1000);
-        return {};
-    }
-    return QString::fromUtf8(process.readAllStandardOutput());
-}
-
-QStringList ProgramDriver::visibleWindows(qint64 pid)
-{
-    return runTool(QStringLiteral("xdotool"),
-        { QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--pid"), QString::number(pid) })
-        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-}
-
-QString ProgramDriver::waitForWindow(qint64 pid, const QString& title, int timeoutMs)
-{
-    return waitForWindowWhere(
-        pid, [&](const QString& window) { return windowTitle(window) == title; }, timeoutMs);
-}
-
-QString ProgramDriver::waitForWindowWhere(qint64 pid, const std::function<bool(const QString&)>& matches, int timeoutMs)
+QString ProgramDriver::waitForWindowWhere(const std::function<bool(const QString&)>& matches, int timeoutMs)
 {
     QString found;
     const auto findOne = [&] {
-        const QStringList windows = visibleWindows(pid);
-        for (const QString& window : windows) {
-            if (matches(window)) {
-                found = window;
-                return true;
-            }
-        }
-        return false;
+        const QStringList windows = visibleWindows();
+        const auto match = std::find_if(windows.begin(), windows.end(), matches);
+        found = match == windows.end() ? QString() : *match;
+        return !found.isEmpty();
     };
     return QTest::qWaitFor(findOne, timeoutMs) ? found : QString();
 }
 
-bool ProgramDriver::waitForWindowGone(qint64 pid, const QString& title, int timeoutMs)
+QString ProgramDriver::waitForWindow(const QString& title, int timeoutMs)
 {
-    const auto gone = [&] {
-        const QStringList windows = visibleWindows(pid);
-        return std::none_of(
-            windows.begin(), windows.end(), [&](const QString& window) { return windowTitle(window) == title; });
+    return waitForWindowWhere([&](const QString& window) { return windowTitle(window) == title; }, timeoutMs);
+}
+
+QString ProgramDriver::trayIcon()
+{
+    if (icon.isEmpty()) {
+        icon = waitForWindowWhere([](const QString& window) {
+            const QRect area = geometry(window);
+            return area.width() <= maximumTrayIconSide && area.height() <= maximumTrayIconSide;
+        });
+    }
+    return icon;
+}
+
+bool ProgramDriver::closeMainWindow()
+{
+    const QString window = mainWindow();
+    if (window.isEmpty())
+        return false;
+    // The close button sits at the right end of the title bar.
+    click(window, geometry(window).width() - 27, 28);
+    // Qt may destroy a hidden window's X window, so the title is what must go.
+    return QTest::qWaitFor([&] { return mainWindow(0).isEmpty(); }, waitMs);
+}
+
+QString ProgramDriver::openTrayMenu(const QStringList& keys)
+{
+    // A menu closed a moment ago may still be on screen and would not count as new.
+    const auto noPopup = [&] {
+        const QStringList windows = visibleWindows();
+        return std::all_of(windows.begin(), windows.end(),
+            [&](const QString& window) { return window == icon || windowTitle(window) == u"Oxmerel Connect"_s; });
     };
-    return QTest::qWaitFor(gone, timeoutMs);
+    if (trayIcon().isEmpty() || !QTest::qWaitFor(noPopup, waitMs))
+        return {};
+    QStringList before = visibleWindows();
+    clickTrayIcon(icon, 3);
+    const auto isNew = [&](const QString& window) { return !before.contains(window); };
+    QString menu = waitForWindowWhere(isNew);
+    if (menu.isEmpty() || keys.isEmpty())
+        return menu;
+    before = visibleWindows();
+    ProgramDriver::keys(menu, keys);
+    return waitForWindowWhere(isNew);
 }
 
-bool ProgramDriver::isViewable(const QString& window)
+bool ProgramDriver::quitFromTrayMenu()
 {
-    return runTool(QStringLiteral("xwininfo"), { QStringLiteral("-id"), window })
-        .contains(QStringLiteral("Map State: IsViewable"));
-}
-
-bool ProgramDriver::waitForViewable(const QString& window, bool viewable, int timeoutMs)
-{
-    return QTest::qWaitFor([&] { return isViewable(window) == viewable; }, timeoutMs);
-}
-
-QRect ProgramDriver::geometry(const QString& window)
-{
-    const QString info = runTool(QStringLiteral("xwininfo"), { QStringLiteral("-id"), window });
-    return { xwininfoValue(info, QStringLiteral("Absolute upper-left X")),
-        xwininfoValue(info, QStringLiteral("Absolute upper-left Y")), xwininfoValue(info, QStringLiteral("Width")),
-        xwininfoValue(info, QStringLiteral("Height")) };
-}
-
-QString ProgramDriver::windowTitle(const QString& window)
-{
-    return runTool(QStringLiteral("xdotool"), { QStringLiteral("getwindowname"), window }).trimmed();
-}
-
-QString ProgramDriver::waitForTrayIcon(qint64 pid, int timeoutMs)
-{
-    const auto isSmall = [](const QString& window) {
-        const QRect area = geometry(window);
-        return area.width() <= maximumTrayIconSide && area.height() <= maximumTrayIconSide;
-    };
-    return waitForWindowWhere(pid, isSmall, timeoutMs);
-}
-
-QString ProgramDriver::waitForNewWindow(qint64 pid, const QStringList& before, int timeoutMs)
-{
-    return waitForWindowWhere(
-        pid, [&](const QString& window) { return !before.contains(window); }, timeoutMs);
+    const QString menu = openTrayMenu();
+    if (menu.isEmpty())
+        return false;
+    keys(menu, { u"q"_s });
+    return waitForExit() == 0;
 }
 
 void ProgramDriver::click(const QString& window, int x, int y, int button)
 {
-    runTool(QStringLiteral("xdotool"),
-        { QStringLiteral("mousemove"), QStringLiteral("--window"), window, QString::number(x), QString::number(y),
-            QStringLiteral("click"), QString::number(button) });
-}
-
-void ProgramDriver::doubleClick(const QString& window, int x, int y)
-{
-    runTool(QStringLiteral("xdotool"),
-        { QStringLiteral("mousemove"), QStringLiteral("--window"), window, QString::number(x), QString::number(y),
-            QStringLiteral("click"), QStringLiteral("--repeat"), QStringLiteral("2"), QStringLiteral("--delay"),
-            QStringLiteral("80"), QStringLiteral("1") });
+    tool(u"xdotool"_s,
+        { u"mousemove"_s, u"--window"_s, window, QString::number(x), QString::number(y), u"click"_s,
+            QString::number(button) });
 }
 
 void ProgramDriver::clickTrayIcon(const QString& icon, int button)
 {
     const QRect area = geometry(icon);
     click(icon, area.width() / 2, area.height() / 2, button);
-    parkPointer();
-}
-
-void ProgramDriver::doubleClickTrayIcon(const QString& icon)
-{
-    const QRect area = geometry(icon);
-    doubleClick(icon, area.width() / 2, area.height() / 2);
-    parkPointer();
-}
-
-void ProgramDriver::parkPointer()
-{
-    const QString screen = runTool(QStringLiteral("xdotool"), { QStringLiteral("getdisplaygeometry") });
-    const int height = screen.section(QLatin1Char(' '), 1, 1).toInt();
-    runTool(QStringLiteral("xdotool"),
-        { QStringLiteral("mousemove"), QStringLiteral("0"), QString::number(std::max(0, height - 1)) });
+    const int height = tool(u"xdotool"_s, { u"getdisplaygeometry"_s }).section(u' ', 1, 1).toInt();
+    tool(u"xdotool"_s, { u"mousemove"_s, u"0"_s, QString::number(std::max(0, height - 1)) });
 }
 
 void ProgramDriver::keys(const QString& window, const QStringList& names)
 {
-    runTool(QStringLiteral("xdotool"),
-        QStringList { QStringLiteral("key"), QStringLiteral("--window"), window, QStringLiteral("--delay"),
-            QStringLiteral("150") }
-            + names);
+    tool(u"xdotool"_s, QStringList { u"key"_s, u"--window"_s, window, u"--delay"_s, u"150"_s } + names);
     // To a focused window xdotool presses through the server like a real keyboard, and when the press closes that
     // window it fails before the release: the key would stay down and repeat into the next program's windows.
-    runTool(QStringLiteral("xdotool"), QStringList { QStringLiteral("keyup") } + names);
+    tool(u"xdotool"_s, QStringList { u"keyup"_s } + names);
 }
 
-QImage ProgramDriver::grab(const QString& window)
+QRect ProgramDriver::geometry(const QString& window)
 {
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("window.png"));
-    runTool(QStringLiteral("import"), { QStringLiteral("-window"), window, path }, 10000);
-    return QImage(path);
+    const QString info = tool(u"xwininfo"_s, { u"-id"_s, window });
+    const auto value = [&](const QString& field) {
+        const QRegularExpression line(u"^\\s*"_s + field + u":\\s*(-?\\d+)"_s, QRegularExpression::MultilineOption);
+        return line.match(info).captured(1).toInt();
+    };
+    return { value(u"Absolute upper-left X"_s), value(u"Absolute upper-left Y"_s), value(u"Width"_s),
+        value(u"Height"_s) };
 }
 
 } // namespace testsupport

@@ -23,6 +23,8 @@
 #include <memory>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 // Records the addresses QDesktopServices is asked to open.
 class UrlRecorder : public QObject
 {
@@ -41,200 +43,167 @@ class TestTray final : public QObject
 {
     Q_OBJECT
 
-private slots:
-    void init();
-    void cleanup();
-    void menuOrderTextsAndChecks();
-    void autoStartFailureKeepsTheChecks();
-    void middleClickShowsNothingOpenDoes();
-    void getLogsOpensTheFolder();
-    void connectedShowsBalloonForThreeSeconds();
-    void statusTextsAndSignals();
-    void logLinesAndBound();
-
-private:
-    QAction* menuEntry(const QString& text) const;
-    static QWidget* topLevel(const char* className);
-    static ConnectDialog* mainWindow() { return qobject_cast<ConnectDialog*>(topLevel("ConnectDialog")); }
-    QString state() const { return status->findChild<QLabel*>(QStringLiteral("statusLabel"))->text(); }
-    QPushButton* button(const char* name) const { return status->findChild<QPushButton*>(QLatin1String(name)); }
-
     // Never the user's own: the tests switch auto-start.
     const QTemporaryDir configHome;
     std::unique_ptr<Tray> tray;
     std::unique_ptr<StatusDialog> status;
+
+    QAction* entry(const QString& text) const
+    {
+        const QList<QAction*> actions = tray->findChildren<QAction*>();
+        const auto found = std::find_if(actions.begin(), actions.end(), [&](QAction* a) { return a->text() == text; });
+        return found == actions.end() ? nullptr : *found;
+    }
+    static QWidget* topLevel(const char* className)
+    {
+        const QWidgetList widgets = QApplication::topLevelWidgets();
+        const auto found
+            = std::find_if(widgets.begin(), widgets.end(), [&](QWidget* w) { return w->inherits(className); });
+        return found == widgets.end() ? nullptr : *found;
+    }
+    static ConnectDialog* mainWindow() { return qobject_cast<ConnectDialog*>(topLevel("ConnectDialog")); }
+    QString state() const { return status->findChild<QLabel*>(u"statusLabel"_s)->text(); }
+    QPushButton* button(const QString& name) const { return status->findChild<QPushButton*>(name); }
+    // Whether "&Auto-Start" and "&Do not Auto-Start" are checked.
+    std::pair<bool, bool> checks() const
+    {
+        return { entry(u"&Auto-Start"_s)->isChecked(), entry(u"&Do not Auto-Start"_s)->isChecked() };
+    }
+
+private slots:
+    void init()
+    {
+        qputenv("XDG_CONFIG_HOME", configHome.path().toUtf8());
+        tray = std::make_unique<Tray>();
+        status = std::make_unique<StatusDialog>(nullptr);
+    }
+
+    void cleanup()
+    {
+        status.reset();
+        tray.reset();
+    }
+
+    void menuAndItsChecks()
+    {
+        const auto texts = [](const QMenu* menu) {
+            QStringList result;
+            for (const QAction* action : menu->actions())
+                result << (action->isSeparator() ? u"-"_s : action->text());
+            return result;
+        };
+        const QMenu* menu = tray->findChild<QSystemTrayIcon*>()->contextMenu();
+        QCOMPARE(texts(menu), QStringList({ u"Settings"_s, u"-"_s, u"&Get Logs"_s, u"&Open"_s, u"&Quit"_s }));
+        QCOMPARE(
+            texts(menu->actions().constFirst()->menu()), QStringList({ u"&Auto-Start"_s, u"&Do not Auto-Start"_s }));
+        // No entry yet: exactly "do not" is checked, and choosing it again keeps it checked.
+        QCOMPARE(checks(), std::pair(false, true));
+        entry(u"&Do not Auto-Start"_s)->trigger();
+        QCOMPARE(checks(), std::pair(false, true));
+        // At start the checks follow the entry on disk.
+        entry(u"&Auto-Start"_s)->trigger();
+        tray = std::make_unique<Tray>();
+        QCOMPARE(checks(), std::pair(true, false));
+        entry(u"&Do not Auto-Start"_s)->trigger();
+        QCOMPARE(checks(), std::pair(false, true));
+
+        // When the autostart folder cannot be made (a file holds its name), the checks still follow the choice.
+        QVERIFY(QDir(configHome.path() + u"/autostart"_s).removeRecursively());
+        QVERIFY(testsupport::writeFile(configHome.path() + u"/autostart"_s, {}));
+        entry(u"&Auto-Start"_s)->trigger();
+        QCOMPARE(checks(), std::pair(true, false));
+    }
+
+    void middleClickShowsNothingOpenDoes()
+    {
+        QWidget* icon = topLevel("QSystemTrayIconSys");
+        QVERIFY2(icon, "no tray icon embedded in the tray host");
+        mainWindow()->hide();
+        QTest::mouseClick(icon, Qt::MiddleButton, {}, icon->rect().center());
+        QVERIFY(!mainWindow()->isVisible());
+        entry(u"&Open"_s)->trigger();
+        QVERIFY(mainWindow()->isVisible());
+        QVERIFY(!tray->isVisible());
+    }
+
+    void getLogsOpensTheFolder()
+    {
+        // The tray's entry and the status dialog's button hand over the logs folder's path as it is, not as a file:
+        // address.
+        UrlRecorder recorder;
+        QDesktopServices::setUrlHandler(QString(), &recorder, "open");
+        entry(u"&Get Logs"_s)->trigger();
+        button(u"logsButton"_s)->click();
+        QDesktopServices::unsetUrlHandler(QString());
+        const QUrl folder(QDir::homePath() + u"/AppData/Local/Oxmerel/logs"_s);
+        QCOMPARE(recorder.opened, QList<QUrl>({ folder, folder }));
+    }
+
+    void connectedShowsBalloonForThreeSeconds()
+    {
+        // Measured from the signal rather than sampled at fixed waits, so that a busy machine's stalls cannot make a
+        // balloon look as if it closed early.
+        QElapsedTimer sinceConnected;
+        sinceConnected.start();
+        emit mainWindow()->connected(u"acme"_s);
+        QPointer<QWidget> balloon;
+        QVERIFY(QTest::qWaitFor([&] { return (balloon = topLevel("QBalloonTip")) && balloon->isVisible(); }, 5000));
+        QStringList texts;
+        for (const QLabel* label : balloon->findChildren<QLabel*>())
+            texts << label->text();
+        QVERIFY(texts.contains(u"Oxmerel"_s) && texts.contains(u"Robot connected to acme"_s));
+        QVERIFY(QTest::qWaitFor([&] { return !balloon || !balloon->isVisible(); }, 15000));
+        // Qt's own default is ten seconds; a coarse timer such as the balloon's may fire up to 5% early.
+        const qint64 shownFor = sinceConnected.elapsed();
+        QVERIFY2(shownFor >= 2850 && shownFor < 9000, QByteArray::number(shownFor));
+    }
+
+    void statusTextsAndSignals()
+    {
+        QSignalSpy connected(status.get(), &StatusDialog::connected);
+        QSignalSpy disconnected(status.get(), &StatusDialog::disconnected);
+        // None and values out of range change nothing; the waiting states read as connecting until a connection,
+        // which only a disconnect forgets.
+        const QList<std::pair<int, QString>> shown = { { StatusDialog::WaitingInput, u"Connecting"_s },
+            { StatusDialog::RunningFlow, u"Running flow"_s }, { StatusDialog::Stopped, u"Connected"_s },
+            { StatusDialog::Disconnected, u"Disconnected"_s }, { StatusDialog::None, u"Disconnected"_s },
+            { 9, u"Disconnected"_s }, { StatusDialog::Connected, u"Connected"_s },
+            { StatusDialog::WaitingInput, u"Waiting Input"_s }, { StatusDialog::Failed, u"Failed"_s },
+            { StatusDialog::WaitingSelection, u"Waiting Selection"_s }, { StatusDialog::Connecting, u"Connecting"_s } };
+        for (const auto& [value, text] : shown) {
+            // Owners drive the slot through the meta-object system, with the registered enumeration.
+            QVERIFY(QMetaObject::invokeMethod(status.get(), "handleStatusChange",
+                Q_ARG(StatusDialog::Status, static_cast<StatusDialog::Status>(value))));
+            QCOMPARE(state(), text);
+        }
+        QCOMPARE(connected.count(), 1);
+        QCOMPARE(disconnected.count(), 1);
+
+        QTest::mouseClick(button(u"disconnectButton"_s), Qt::LeftButton);
+        QCOMPARE(disconnected.count(), 2);
+        QCOMPARE(state(), QString());
+        status->handleStatusChange(StatusDialog::WaitingSelection);
+        QCOMPARE(state(), u"Connecting"_s);
+    }
+
+    void logLinesBoundAndClear()
+    {
+        status->handleLog(u"10:32:05"_s, u"warn"_s, u"Flow started"_s);
+        QTextDocument* document = status->findChild<QTextEdit*>(u"logs"_s)->document();
+        QCOMPARE(document->toPlainText(), u"10:32:05 WARN Flow started"_s);
+        for (int line = 2; line <= 8300; ++line)
+            status->handleLog(u"t"_s, u"info"_s, QString::number(line));
+        // The newest 8192 lines stay; a full log clears like any other.
+        QCOMPARE(document->blockCount(), 8192);
+        QCOMPARE(document->firstBlock().text(), u"t INFO 109"_s);
+        // A huge line is cut as in the robot's log view.
+        status->handleLog(u"t"_s, u"info"_s, QString(20000, 'x'_L1));
+        QCOMPARE(document->lastBlock().text(),
+            u"t INFO "_s + QString(16377, 'x'_L1) + u"\u2026 [cut from 20007 characters]"_s);
+        QTest::mouseClick(button(u"clearButton"_s), Qt::LeftButton);
+        QCOMPARE(document->toPlainText(), QString());
+    }
 };
-
-void TestTray::init()
-{
-    qputenv("XDG_CONFIG_HOME", configHome.path().toUtf8());
-    tray = std::make_unique<Tray>();
-    status = std::make_unique<StatusDialog>(nullptr);
-}
-
-void TestTray::cleanup()
-{
-    status.reset();
-    tray.reset();
-}
-
-QAction* TestTray::menuEntry(const QString& text) const
-{
-    for (QAction* action : tray->findChildren<QAction*>()) {
-        if (action->text() == text)
-            return action;
-    }
-    return nullptr;
-}
-
-QWidget* TestTray::topLevel(const char* className)
-{
-    for (QWidget* widget : QApplication::topLevelWidgets()) {
-        if (widget->inherits(className))
-            return widget;
-    }
-    return nullptr;
-}
-
-void TestTray::menuOrderTextsAndChecks()
-{
-    QSystemTrayIcon* icon = tray->findChild<QSystemTrayIcon*>();
-    const auto texts = [](const QMenu* menu) {
-        QStringList result;
-        for (const QAction* action : menu->actions())
-            result << (action->isSeparator() ? QStringLiteral("-") : action->text());
-        return result;
-    };
-    QCOMPARE(texts(icon->contextMenu()),
-        QStringList({ QStringLiteral("Settings"), QStringLiteral("-"), QStringLiteral("&Get Logs"),
-            QStringLiteral("&Open"), QStringLiteral("&Quit") }));
-    QMenu* settings = icon->contextMenu()->actions().constFirst()->menu();
-    QVERIFY(settings);
-    QCOMPARE(texts(settings), QStringList({ QStringLiteral("&Auto-Start"), QStringLiteral("&Do not Auto-Start") }));
-    // No entry yet: exactly "do not" is checked, and choosing it again keeps it checked.
-    QAction* on = settings->actions().at(0);
-    QAction* off = settings->actions().at(1);
-    QVERIFY(on->isCheckable() && !on->isChecked());
-    off->trigger();
-    QVERIFY(off->isCheckable() && off->isChecked());
-
-    // At start the checks follow the entry on disk.
-    on->trigger();
-    tray.reset();
-    tray = std::make_unique<Tray>();
-    QVERIFY(menuEntry(QStringLiteral("&Auto-Start"))->isChecked());
-    menuEntry(QStringLiteral("&Do not Auto-Start"))->trigger();
-    QVERIFY(!menuEntry(QStringLiteral("&Auto-Start"))->isChecked());
-}
-
-void TestTray::autoStartFailureKeepsTheChecks()
-{
-    // The autostart folder cannot be made: a file holds its name.
-    QVERIFY(QDir(configHome.path() + QStringLiteral("/autostart")).removeRecursively());
-    QVERIFY(testsupport::writeFile(configHome.path() + QStringLiteral("/autostart"), {}));
-    menuEntry(QStringLiteral("&Auto-Start"))->trigger();
-    QVERIFY(menuEntry(QStringLiteral("&Auto-Start"))->isChecked());
-    QVERIFY(!menuEntry(QStringLiteral("&Do not Auto-Start"))->isChecked());
-}
-
-void TestTray::middleClickShowsNothingOpenDoes()
-{
-    QWidget* icon = topLevel("QSystemTrayIconSys");
-    QVERIFY2(icon, "no tray icon embedded in the tray host");
-    mainWindow()->hide();
-    QTest::mouseClick(icon, Qt::MiddleButton, {}, icon->rect().center());
-    QVERIFY(!mainWindow()->isVisible());
-    menuEntry(QStringLiteral("&Open"))->trigger();
-    QVERIFY(mainWindow()->isVisible());
-    QVERIFY(!tray->isVisible());
-}
-
-void TestTray::getLogsOpensTheFolder()
-{
-    // The tray's entry and the status dialog's button hand over the logs folder's path as it is, not as a file:
-    // address.
-    UrlRecorder recorder;
-    QDesktopServices::setUrlHandler(QString(), &recorder, "open");
-    menuEntry(QStringLiteral("&Get Logs"))->trigger();
-    button("logsButton")->click();
-    QDesktopServices::unsetUrlHandler(QString());
-    const QUrl folder(QDir::homePath() + QStringLiteral("/AppData/Local/Oxmerel/logs"));
-    QCOMPARE(recorder.opened, QList<QUrl>({ folder, folder }));
-}
-
-void TestTray::connectedShowsBalloonForThreeSeconds()
-{
-    // Measured from the signal rather than sampled at fixed waits, so that a busy machine's stalls cannot make a
-    // balloon look as if it closed early.
-    QElapsedTimer sinceConnected;
-    sinceConnected.start();
-    emit mainWindow()->connected(QStringLiteral("acme"));
-    QPointer<QWidget> balloon;
-    QVERIFY(QTest::qWaitFor(
-        [&] {
-            balloon = topLevel("QBalloonTip");
-            return balloon && balloon->isVisible();
-        },
-        5000));
-    QStringList texts;
-    for (const QLabel* label : balloon->findChildren<QLabel*>())
-        texts << label->text();
-    QVERIFY(texts.contains(QStringLiteral("Oxmerel")) && texts.contains(QStringLiteral("Robot connected to acme")));
-    QVERIFY(QTest::qWaitFor([&] { return !balloon || !balloon->isVisible(); }, 15000));
-    const qint64 shownFor = sinceConnected.elapsed();
-    // Qt's own default is ten seconds; a coarse timer such as the balloon's may fire up to 5% early.
-    QVERIFY2(shownFor >= 2850 && shownFor < 9000, QByteArray::number(shownFor));
-}
-
-void TestTray::statusTextsAndSignals()
-{
-    QSignalSpy connected(status.get(), &StatusDialog::connected);
-    QSignalSpy disconnected(status.get(), &StatusDialog::disconnected);
-    // None and values out of range change nothing; the waiting states read as connecting until a connection, which
-    // only a disconnect forgets.
-    const QList<std::pair<int, QString>> shown = { { StatusDialog::WaitingInput, QStringLiteral("Connecting") },
-        { StatusDialog::RunningFlow, QStringLiteral("Running flow") },
-        { StatusDialog::Stopped, QStringLiteral("Connected") },
-        { StatusDialog::Disconnected, QStringLiteral("Disconnected") },
-        { StatusDialog::None, QStringLiteral("Disconnected") }, { 9, QStringLiteral("Disconnected") },
-        { StatusDialog::Connected, QStringLiteral("Connected") },
-        { StatusDialog::WaitingInput, QStringLiteral("Waiting Input") },
-        { StatusDialog::Failed, QStringLiteral("Failed") },
-        { StatusDialog::WaitingSelection, QStringLiteral("Waiting Selection") },
-        { StatusDialog::Connecting, QStringLiteral("Connecting") } };
-    for (const auto& [value, text] : shown) {
-        // Owners drive the slot through the meta-object system, with the registered enumeration.
-        QVERIFY(QMetaObject::invokeMethod(
-            status.get(), "handleStatusChange", Q_ARG(StatusDialog::Status, static_cast<StatusDialog::Status>(value))));
-        QCOMPARE(state(), text);
-    }
-    QCOMPARE(connected.count(), 1);
-    QCOMPARE(disconnected.count(), 1);
-
-    QTest::mouseClick(button("disconnectButton"), Qt::LeftButton);
-    QCOMPARE(disconnected.count(), 2);
-    QCOMPARE(state(), QString());
-    status->handleStatusChange(StatusDialog::WaitingSelection);
-    QCOMPARE(state(), QStringLiteral("Connecting"));
-}
-
-void TestTray::logLinesAndBound()
-{
-    status->handleLog(QStringLiteral("10:32:05"), QStringLiteral("warn"), QStringLiteral("Flow started"));
-    QTextDocument* document = status->findChild<QTextEdit*>(QStringLiteral("logs"))->document();
-    QCOMPARE(document->toPlainText(), QStringLiteral("10:32:05 WARN Flow started"));
-    for (int line = 2; line <= 8300; ++line)
-        status->handleLog(QStringLiteral("t"), QStringLiteral("info"), QString::number(line));
-    // The newest 8192 lines stay, with no undo history behind them.
-    QCOMPARE(document->blockCount(), 8192);
-    QCOMPARE(document->firstBlock().text(), QStringLiteral("t INFO 109"));
-    QVERIFY(!document->isUndoAvailable());
-    // A huge line is cut as in the robot's log view.
-    status->handleLog(QStringLiteral("t"), QStringLiteral("info"), QString(20000, QLatin1Char('x')));
-    QCOMPARE(document->lastBlock().text(),
-        QStringLiteral("t INFO ") + QString(16377, QLatin1Char('x'))
-            + QStringLiteral("\u2026 [cut from 20007 characters]"));
-}
 
 QTEST_MAIN(TestTray)
 #include "test_tray.moc"

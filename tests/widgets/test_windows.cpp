@@ -13,7 +13,8 @@
 #include <QVBoxLayout>
 
 #include <memory>
-#include <utility>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -29,26 +30,28 @@ public slots:
     void doHide() { }
 };
 
-// Sends the move of a held left button to where the cursor now is on screen, as the windowing system would.
-void dragTo(QWidget* widget, QPoint global)
+// Presses the left button at (2, 2) of widget, moves it by offset as the windowing system would report it, and lets
+// go.
+void drag(QWidget* widget, QPoint offset)
 {
-    QMouseEvent move(QEvent::MouseMove, widget->mapFromGlobal(QPointF(global)), QPointF(global), Qt::NoButton,
-        Qt::LeftButton, Qt::NoModifier);
+    const QPoint grab(2, 2);
+    QTest::mousePress(widget, Qt::LeftButton, {}, grab);
+    const QPointF global = widget->mapToGlobal(grab + offset);
+    QMouseEvent move(QEvent::MouseMove, widget->mapFromGlobal(global), global, Qt::NoButton, Qt::LeftButton, {});
     QApplication::sendEvent(widget, &move);
+    QTest::mouseRelease(widget, Qt::LeftButton, {}, grab);
 }
 
-QList<int> stored(const QStringList& keys)
+QRect stored()
 {
-    QList<int> values;
-    for (const QString& key : keys)
-        values << traySettings->value(key, -1).toInt();
-    return values;
+    const auto value = [](const char* key) { return traySettings->value(QLatin1String(key), -1).toInt(); };
+    return { value("x"), value("y"), value("width"), value("height") };
 }
 
-QButton* button(QWidget* dialog, const QString& text)
+template<typename Widget, typename Property> Widget* child(QWidget* parent, Property property, const QString& value)
 {
-    for (QButton* candidate : dialog->findChildren<QButton*>()) {
-        if (candidate->text() == text)
+    for (Widget* candidate : parent->findChildren<Widget*>()) {
+        if ((candidate->*property)() == value)
             return candidate;
     }
     return nullptr;
@@ -62,144 +65,169 @@ class TestWindows final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void dragMovesAndDropAboveTheScreenMaximises();
-    void restoresStoredState();
-    void gripsResizeWithinTheLimits();
-    void okAloneClearsTheFlag();
-    void iconFollowsTheKind();
+    void init()
+    {
+        traySettings->clear();
+        window = std::make_unique<FramedWindow>();
+        auto* layout = new QVBoxLayout(window.get());
+        layout->setContentsMargins(0, 0, 0, 0);
+        bar = new Titlebar(window.get());
+        layout->addWidget(bar);
+        layout->addStretch();
+        window->setGeometry(100, 100, 600, 400);
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+    }
+
+    void titleBar_data()
+    {
+        QTest::addColumn<bool>("maximised");
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<QPoint>("offset");
+        QTest::addColumn<Qt::WindowState>("state");
+        QTest::addColumn<QPoint>("position");
+        QTest::newRow("drag moves") << false << u"drag"_s << QPoint(30, 15) << Qt::WindowNoState << QPoint(130, 115);
+        QTest::newRow("dropped above the screen")
+            << false << u"drag"_s << QPoint(0, -165) << Qt::WindowMaximized << QPoint();
+        // The window restores under the cursor and stays there until the next move.
+        QTest::newRow("drag restores") << true << u"drag"_s << QPoint(30, 15) << Qt::WindowNoState << QPoint(100, 100);
+        QTest::newRow("right double click") << true << u"double"_s << QPoint() << Qt::WindowNoState << QPoint(100, 100);
+        QTest::newRow("maximise") << false << u"Maximize"_s << QPoint() << Qt::WindowMaximized << QPoint();
+        QTest::newRow("maximise restores")
+            << true << u"Maximize"_s << QPoint() << Qt::WindowNoState << QPoint(100, 100);
+        QTest::newRow("minimise") << false << u"Minimize"_s << QPoint() << Qt::WindowMinimized << QPoint(100, 100);
+    }
+
+    void titleBar()
+    {
+        QFETCH(bool, maximised);
+        QFETCH(QString, action);
+        QFETCH(QPoint, offset);
+        QFETCH(Qt::WindowState, state);
+        QFETCH(QPoint, position);
+        if (maximised)
+            bar->btn_maximize_clicked();
+        QCOMPARE(window->isMaximized(), maximised);
+        if (action == u"drag"_s)
+            drag(bar, offset);
+        else if (action == u"double"_s)
+            QTest::mouseDClick(bar, Qt::RightButton);
+        else
+            QTest::mouseClick(child<QButton>(bar, &QWidget::toolTip, action), Qt::LeftButton);
+        QCOMPARE(window->windowState(), state);
+        if (state != Qt::WindowMinimized)
+            QCOMPARE(traySettings->value(u"fullscreen"_s, false), QVariant(state == Qt::WindowMaximized));
+        if (state == Qt::WindowNoState)
+            QCOMPARE(window->pos(), position);
+        if (action == u"drag"_s && state == Qt::WindowNoState) {
+            QCOMPARE(stored().topLeft(), position);
+            // Without a press, moves do nothing.
+            QMouseEvent move(QEvent::MouseMove, QPointF(300, 300), QPointF(300, 300), Qt::NoButton, Qt::LeftButton, {});
+            QApplication::sendEvent(bar, &move);
+            QCOMPARE(window->pos(), position);
+        }
+    }
+
+    void restoresStoredState_data()
+    {
+        QTest::addColumn<QVariantMap>("values");
+        QTest::addColumn<QRect>("geometry");
+        QTest::newRow("stored") << QVariantMap { { u"x"_s, -50 }, { u"y"_s, 20 }, { u"width"_s, 5000 },
+            { u"height"_s, 300 } }
+                                << QRect(0, 20, 5000, 300);
+        QTest::newRow("no size") << QVariantMap { { u"x"_s, 40 }, { u"y"_s, 30 } } << QRect(100, 100, 600, 400);
+        QTest::newRow("maximised") << QVariantMap { { u"fullscreen"_s, u"true"_s } } << QRect();
+    }
+
+    void restoresStoredState()
+    {
+        QFETCH(QVariantMap, values);
+        QFETCH(QRect, geometry);
+        for (auto it = values.cbegin(); it != values.cend(); ++it)
+            traySettings->setValue(it.key(), it.value());
+        FramedWindow restored;
+        restored.setGeometry(100, 100, 600, 400);
+        new Titlebar(&restored);
+        QCOMPARE(restored.isMaximized() ? QRect() : restored.geometry(), geometry);
+    }
+
+    void gripsResizeWithinTheLimits_data()
+    {
+        // Positions: 0 top, 1 right, 2 bottom, 3 left, 4 top left, 5 top right, 6 bottom left, 7 bottom right. At a
+        // size limit the dragged edge stops and the opposite one stays.
+        QTest::addColumn<int>("position");
+        QTest::addColumn<QPoint>("offset");
+        QTest::addColumn<QRect>("geometry");
+        QTest::newRow("top") << 0 << QPoint(9, -50) << QRect(100, 50, 600, 450);
+        QTest::newRow("right") << 1 << QPoint(30, 9) << QRect(100, 100, 630, 400);
+        QTest::newRow("bottom") << 2 << QPoint(9, 20) << QRect(100, 100, 600, 420);
+        QTest::newRow("left at the maximum width") << 3 << QPoint(-300, 9) << QRect(100, 100, 800, 400);
+        QTest::newRow("top left at the minimum height") << 4 << QPoint(40, 300) << QRect(140, 100, 560, 200);
+        QTest::newRow("top right at the maximum height") << 5 << QPoint(10, -200) << QRect(100, 100, 610, 500);
+        QTest::newRow("bottom left at the minimum width") << 6 << QPoint(400, 10) << QRect(100, 100, 300, 410);
+        QTest::newRow("bottom right") << 7 << QPoint(50, 30) << QRect(100, 100, 650, 430);
+    }
+
+    void gripsResizeWithinTheLimits()
+    {
+        QFETCH(int, position);
+        QFETCH(QPoint, offset);
+        QFETCH(QRect, geometry);
+        window->setMinimumSize(300, 200);
+        window->setMaximumSize(800, 500);
+        auto* grip = new QGrip(2, position, u"#40444b"_s, u"#202225"_s);
+        grip->setParent(window.get());
+        grip->show();
+        drag(grip, offset);
+        QCOMPARE(window->geometry(), geometry);
+        QCOMPARE(stored(), geometry);
+    }
+
+    void messageKindsAndButtons_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QSize>("icon");
+        QTest::addColumn<QString>("button");
+        QTest::newRow("error") << int(MessageDialog::Error) << QSize(32, 32) << u"OK"_s;
+        QTest::newRow("info") << int(MessageDialog::Info) << QSize(32, 32) << u"OK"_s;
+        QTest::newRow("warning") << int(MessageDialog::Warning) << QSize(37, 32) << u"Yes"_s;
+        QTest::newRow("no kind") << 3 << QSize(0, 0) << u"No"_s;
+    }
+
+    void messageKindsAndButtons()
+    {
+        QFETCH(int, kind);
+        QFETCH(QSize, icon);
+        QFETCH(QString, button);
+        const QFont font;
+        bool messageOpen = false;
+        QList<bool> answers;
+        const bool ok = button == u"OK"_s;
+        QPointer<MessageDialog> dialog = ok
+            ? MessageDialog::showMessage(font, font, &messageOpen, kind, u"Saved"_s, u"All done."_s)
+            : MessageDialog::showConfirm(font, font, &messageOpen, kind, u"Remove"_s, u"Remove this workspace?"_s,
+                [&](bool answer) { answers << answer; });
+        // Reaching this line at all shows that the call did not block.
+        QVERIFY(messageOpen);
+        QVERIFY(QTest::qWaitForWindowExposed(dialog));
+        QVERIFY(dialog->isModal());
+        // The icon's label is the one without a text.
+        QCOMPARE(child<QLabel>(dialog, &QLabel::text, QString())->pixmap().size(), icon);
+
+        // "OK" closes and deletes the dialog and clears the flag; the answers leave both to the dialog's owner.
+        QTest::mouseClick(child<QButton>(dialog, &QAbstractButton::text, button), Qt::LeftButton);
+        QVERIFY(!dialog->isVisible());
+        QCOMPARE(messageOpen, !ok);
+        QCOMPARE(answers, ok ? QList<bool>() : QList<bool> { button == u"Yes"_s });
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCOMPARE(dialog.isNull(), ok);
+        delete dialog;
+    }
 
 private:
     std::unique_ptr<FramedWindow> window;
     Titlebar* bar = nullptr;
-    const QFont font;
 };
-
-void TestWindows::init()
-{
-    traySettings->clear();
-    window = std::make_unique<FramedWindow>();
-    auto* layout = new QVBoxLayout(window.get());
-    layout->setContentsMargins(0, 0, 0, 0);
-    bar = new Titlebar(window.get());
-    layout->addWidget(bar);
-    layout->addStretch();
-    window->setGeometry(100, 100, 600, 400);
-    window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(window.get()));
-}
-
-void TestWindows::dragMovesAndDropAboveTheScreenMaximises()
-{
-    const QPoint grab(200, 20);
-    QTest::mousePress(bar, Qt::LeftButton, {}, grab);
-    dragTo(bar, bar->mapToGlobal(grab) + QPoint(30, 15));
-    QCOMPARE(window->pos(), QPoint(130, 115));
-    QTest::mouseRelease(bar, Qt::LeftButton, {}, grab);
-    QCOMPARE(stored({ QStringLiteral("x"), QStringLiteral("y") }), QList<int>({ 130, 115 }));
-    // Without a press, moves do nothing.
-    dragTo(bar, bar->mapToGlobal(grab) + QPoint(50, 50));
-    QCOMPARE(window->pos(), QPoint(130, 115));
-
-    // Dropped above the screen, it maximises; a double click with any button restores it.
-    QTest::mousePress(bar, Qt::LeftButton, {}, grab);
-    dragTo(bar, bar->mapToGlobal(grab) + QPoint(0, -165));
-    QTest::mouseRelease(bar, Qt::LeftButton, {}, grab);
-    QVERIFY(window->isMaximized());
-    QCOMPARE(traySettings->value(QStringLiteral("fullscreen")), QVariant(true));
-    QTest::mouseDClick(bar, Qt::RightButton, {}, grab);
-    QVERIFY(!window->isMaximized());
-    QCOMPARE(traySettings->value(QStringLiteral("fullscreen")), QVariant(false));
-}
-
-void TestWindows::restoresStoredState()
-{
-    const auto restored = [](const QVariantMap& values) {
-        traySettings->clear();
-        for (auto it = values.cbegin(); it != values.cend(); ++it)
-            traySettings->setValue(it.key(), it.value());
-        FramedWindow w;
-        w.setGeometry(100, 100, 600, 400);
-        new Titlebar(&w);
-        return w.isMaximized() ? QRect() : w.geometry();
-    };
-    QCOMPARE(restored({ { QStringLiteral("x"), -50 }, { QStringLiteral("y"), 20 }, { QStringLiteral("width"), 5000 },
-                 { QStringLiteral("height"), 300 } }),
-        QRect(0, 20, 5000, 300));
-    // Without a stored size the designed geometry stays.
-    QCOMPARE(restored({ { QStringLiteral("x"), 40 }, { QStringLiteral("y"), 30 } }), QRect(100, 100, 600, 400));
-    QCOMPARE(restored({ { QStringLiteral("fullscreen"), QStringLiteral("true") } }), QRect());
-}
-
-void TestWindows::gripsResizeWithinTheLimits()
-{
-    window->setMinimumSize(300, 200);
-    const auto pressGrip = [&](int position, QPoint at) {
-        auto* grip = new QGrip(2, position, QStringLiteral("#40444b"), QStringLiteral("#202225"));
-        grip->setParent(window.get());
-        grip->move(at);
-        grip->show();
-        QTest::mousePress(grip, Qt::LeftButton, {}, QPoint(2, 2));
-        return grip;
-    };
-    QGrip* bottomRight = pressGrip(7, QPoint(596, 396));
-    dragTo(bottomRight, bottomRight->mapToGlobal(QPoint(2, 2)) + QPoint(50, 30));
-    QCOMPARE(window->geometry(), QRect(100, 100, 650, 430));
-    QTest::mouseRelease(bottomRight, Qt::LeftButton, {}, QPoint(2, 2));
-    QCOMPARE(stored({ QStringLiteral("x"), QStringLiteral("y"), QStringLiteral("width"), QStringLiteral("height") }),
-        QList<int>({ 100, 100, 650, 430 }));
-
-    // Too low a height stays at the minimum with the top edge still, while the width follows the drag.
-    QGrip* topLeft = pressGrip(4, QPoint(0, 0));
-    dragTo(topLeft, topLeft->mapToGlobal(QPoint(2, 2)) + QPoint(40, 300));
-    QCOMPARE(window->geometry(), QRect(140, 100, 610, 200));
-}
-
-void TestWindows::okAloneClearsTheFlag()
-{
-    bool messageOpen = false;
-    QPointer<MessageDialog> message = MessageDialog::showMessage(
-        font, font, &messageOpen, MessageDialog::Info, QStringLiteral("Saved"), QStringLiteral("All done."));
-    // Reaching this line at all shows that the call did not block.
-    QVERIFY(messageOpen);
-    QVERIFY(QTest::qWaitForWindowExposed(message));
-    QVERIFY(message->isModal());
-    QTest::mouseClick(button(message, QStringLiteral("OK")), Qt::LeftButton);
-    QVERIFY(!messageOpen);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(message.isNull());
-
-    // The answers close the dialog but leave the flag set and the dialog to its owner.
-    for (const bool yes : { true, false }) {
-        messageOpen = false;
-        QList<bool> answers;
-        QPointer<MessageDialog> confirm
-            = MessageDialog::showConfirm(font, font, &messageOpen, MessageDialog::Warning, QStringLiteral("Remove"),
-                QStringLiteral("Remove this workspace?"), [&](bool answer) { answers << answer; });
-        QTest::mouseClick(button(confirm, yes ? QStringLiteral("Yes") : QStringLiteral("No")), Qt::LeftButton);
-        QCOMPARE(answers, QList<bool> { yes });
-        QVERIFY(!confirm->isVisible() && messageOpen);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QVERIFY(!confirm.isNull());
-        delete confirm;
-    }
-}
-
-void TestWindows::iconFollowsTheKind()
-{
-    const QList<std::pair<int, QSize>> kinds = { { MessageDialog::Warning, QSize(37, 32) }, { 3, QSize(0, 0) } };
-    for (const auto& [kind, size] : kinds) {
-        std::unique_ptr<MessageDialog> dialog(MessageDialog::showConfirm(
-            font, font, nullptr, kind, QStringLiteral("Title"), QStringLiteral("Text"), nullptr));
-        // The icon's label is the one without a text.
-        QSize shown(-1, -1);
-        for (const QLabel* label : dialog->findChildren<QLabel*>()) {
-            if (label->text().isEmpty())
-                shown = label->pixmap().size();
-        }
-        QCOMPARE(shown, size);
-    }
-}
 
 QTEST_MAIN(TestWindows)
 #include "test_windows.moc"
