@@ -10,7 +10,10 @@
 #include <QLocalSocket>
 #include <QTest>
 
+#include <memory>
+
 using namespace Qt::StringLiterals;
+
 using testsupport::ProgramDriver;
 using testsupport::runDiag;
 
@@ -69,7 +72,7 @@ private slots:
 private:
     QJsonObject status(int* exitCode = nullptr);
 
-    ProgramDriver driver;
+    std::unique_ptr<ProgramDriver> driver;
 };
 
 void TestDiagProgram::initTestCase()
@@ -79,7 +82,8 @@ void TestDiagProgram::initTestCase()
             + QByteArray("Pw-acme-7781!").toBase64() + "\n    robots: [rb-invoices]\n"));
     QVERIFY(testsupport::writeFile(robotLocksDir() + u"/rb-reports.lock"_s, {}));
     qputenv("PATH", qgetenv("OXMEREL_SIM_DIR") + ':' + qgetenv("PATH"));
-    QVERIFY(driver.start({ u"--auto-start"_s }));
+    driver = std::make_unique<ProgramDriver>(QStringList { u"--auto-start"_s });
+    QVERIFY(driver->started());
 }
 
 QJsonObject TestDiagProgram::status(int* exitCode)

@@ -20,6 +20,7 @@ public:
     ProgramDriver& operator=(const ProgramDriver&) = delete;
 
     bool started() const { return process.processId() > 0; }
+    qint64 pid() const { return process.processId(); }
     bool running() const { return process.state() != QProcess::NotRunning; }
     // Waits for the program to end by itself; answers its exit code, or -1 after a crash or timeoutMs.
     int waitForExit(int timeoutMs = waitMs);
