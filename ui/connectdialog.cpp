@@ -2,6 +2,7 @@
 #include "ui_connectdialog.h"
 
 #include "appglobals.h"
+#include "applicationfonts.h"
 #include "launchoptions.h"
 #include "messagedialog.h"
 #include "prochandler.h"
@@ -13,18 +14,8 @@
 #include "workspace.h"
 
 #include <QCoreApplication>
-#include <QFontDatabase>
 #include <QIcon>
 #include <QPixmap>
-
-namespace {
-
-QFont applicationFont(const QString& resource)
-{
-    return QFont(QFontDatabase::applicationFontFamilies(QFontDatabase::addApplicationFont(resource)).value(0));
-}
-
-} // namespace
 
 ConnectDialog::ConnectDialog(Tray* tray)
     : QDialog(nullptr)
@@ -39,9 +30,9 @@ ConnectDialog::ConnectDialog(Tray* tray)
         connect(this, SIGNAL(minimizeToTray()), reinterpret_cast<QObject*>(tray), SLOT(minimizedToTray()));
     }
 
-    semiBoldFont = applicationFont(QStringLiteral(":/fonts/Poppins-SemiBold.ttf"));
+    semiBoldFont = ApplicationFonts::font(QStringLiteral(":/fonts/Poppins-SemiBold.ttf"));
     semiBoldFont.setStyleStrategy(QFont::PreferAntialias);
-    regularFont = applicationFont(QStringLiteral(":/fonts/Poppins-Regular.ttf"));
+    regularFont = ApplicationFonts::font(QStringLiteral(":/fonts/Poppins-Regular.ttf"));
     ui->btn_workspace_name->setFont(semiBoldFont);
 
     ui->v_layout->insertWidget(0, new Titlebar(this));

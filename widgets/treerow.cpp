@@ -1,7 +1,8 @@
 #include "treerow.h"
 
+#include "applicationfonts.h"
+
 #include <QAction>
-#include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
@@ -13,8 +14,7 @@ const QString rowStyleSheet
 
 QFont rowFont()
 {
-    const int id = QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/Poppins-SemiBold.ttf"));
-    return QFont(QFontDatabase::applicationFontFamilies(id).value(0));
+    return ApplicationFonts::font(QStringLiteral(":/fonts/Poppins-SemiBold.ttf"));
 }
 
 QHBoxLayout* installRowLayout(QLabel* row)

@@ -14,7 +14,7 @@ namespace treerow {
 // The row itself stays invisible: only its labels draw.
 extern const QString rowStyleSheet;
 
-// The row font: the semi-bold application font, registered on every call (Qt ignores a repeated registration).
+// The row font: the semi-bold application font.
 QFont rowFont();
 
 // A label-holding row layout without margins, installed on the row.
