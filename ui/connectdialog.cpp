@@ -21,7 +21,15 @@ ConnectDialog::ConnectDialog(Tray* tray)
     : QDialog(nullptr)
     , ui(new Ui::ConnectDialog)
 {
+    // Frame and background before any child exists: changing them later re-creates the window and restyles every
+    // child again.
+    setAttribute(Qt::WA_TranslucentBackground);
+    setWindowFlags(Qt::FramelessWindowHint);
     ui->setupUi(this);
+    // Likewise these sheets go on before the workspaces fill the panes they style.
+    ui->tabBarWidget->setStyleSheet(QStringLiteral("background-color: #32353b;"));
+    ui->scrollArea->setStyleSheet(QStringLiteral("QScrollArea{border: 0; background-color: #202225;}"));
+    ui->versionText->setStyleSheet(QStringLiteral("color: #777; padding: 0; margin: 0;"));
     shownTree = ui->treeView;
     shownPage = ui->ws_widget;
     if (tray) {
@@ -54,9 +62,7 @@ ConnectDialog::ConnectDialog(Tray* tray)
 
     loadWorkspaces(isAutoStartLaunch(QCoreApplication::arguments()));
 
-    ui->tabBarWidget->setStyleSheet(QStringLiteral("background-color: #32353b;"));
     ui->tabBarWidget->setVisible(false);
-    ui->scrollArea->setStyleSheet(QStringLiteral("QScrollArea{border: 0; background-color: #202225;}"));
     ui->gridLayout->setSpacing(0);
 
     const QString gripFill = QStringLiteral("#40444b");
@@ -70,11 +76,7 @@ ConnectDialog::ConnectDialog(Tray* tray)
     ui->bottom_h_layout->addWidget(new QGrip(0, 2, gripFill, gripBorder));
     ui->bottom_h_layout->addWidget(new QGrip(2, 7, gripFill, gripBorder));
 
-    setAttribute(Qt::WA_TranslucentBackground);
-    setWindowFlags(Qt::FramelessWindowHint);
-
     ui->versionText->setText(appVersion);
-    ui->versionText->setStyleSheet(QStringLiteral("color: #777; padding: 0; margin: 0;"));
 
     show();
 }
