@@ -13,13 +13,14 @@ TreeItem::TreeItem(const QString& name)
     , lockLabel(new QLabel())
     , nameLabel(new QLabel())
     , badgeLabel(new QLabel())
-    , menu(treerow::createMenu())
+    , menu(nullptr)
 {
+    // Styled before it has children, so that they are styled once, when they join it.
+    setStyleSheet(styleSheetText);
     buildLabels(name);
     buildMenu();
     setContextMenuPolicy(Qt::CustomContextMenu);
     connect(this, &QWidget::customContextMenuRequested, this, &TreeItem::onContextMenu);
-    setStyleSheet(styleSheetText);
 }
 
 TreeItem::~TreeItem()
@@ -33,8 +34,7 @@ void TreeItem::buildLabels(const QString& name)
 {
     const QFont font = treerow::rowFont();
 
-    lockLabel->setPixmap(
-        QPixmap(QStringLiteral(":/images/lock.png")).scaled(16, 16, Qt::IgnoreAspectRatio, Qt::FastTransformation));
+    // The icon is loaded when the row is first locked.
     lockLabel->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     lockLabel->setFixedWidth(16);
     lockLabel->setToolTip(tr("Locked"));
@@ -62,11 +62,11 @@ void TreeItem::buildLabels(const QString& name)
 
 void TreeItem::buildMenu()
 {
-    connectAct = treerow::addMenuAction(menu, tr("Connect"));
-    logsAct = treerow::addMenuAction(menu, tr("Logs"));
-    clearAct = treerow::addMenuAction(menu, tr("Clear"));
-    disconnectAct = treerow::addMenuAction(menu, tr("Disconnect"));
-    lockAct = treerow::addMenuAction(menu, tr("Lock"));
+    connectAct = treerow::createMenuAction(tr("Connect"));
+    logsAct = treerow::createMenuAction(tr("Logs"));
+    clearAct = treerow::createMenuAction(tr("Clear"));
+    disconnectAct = treerow::createMenuAction(tr("Disconnect"));
+    lockAct = treerow::createMenuAction(tr("Lock"));
     lockAct->setCheckable(true);
     setConnectedActions(false);
 
@@ -116,6 +116,8 @@ void TreeItem::lockClicked()
 
 void TreeItem::onContextMenu(QPoint point)
 {
+    if (!menu)
+        menu = treerow::createMenu({ connectAct, logsAct, clearAct, disconnectAct, lockAct });
     menu->exec(mapToGlobal(point));
 }
 
@@ -142,5 +144,8 @@ int TreeItem::unreadCount() const
 
 void TreeItem::setLocked(bool locked)
 {
+    if (locked && lockLabel->pixmap().isNull())
+        lockLabel->setPixmap(
+            QPixmap(QStringLiteral(":/images/lock.png")).scaled(16, 16, Qt::IgnoreAspectRatio, Qt::FastTransformation));
     lockLabel->setVisible(locked);
 }
