@@ -7,9 +7,23 @@
 #include <QMenu>
 #include <QPixmap>
 
+namespace {
+
+// The name label's rules sit in the row's own sheet, picked by the label's object name: Qt applies a widget's own
+// sheet again to it and its children whenever the widget moves, so one sheet per row keeps a large tree cheap.
+const QString nameStyle = QStringLiteral(
+    "QLabel#name{background-color: transparent; color: #fff; text-align: left; font-size: 1em; border: 0; outline: 0;} "
+    "QLabel#name[connected=\"true\"]{color: #fff;} QLabel#name[connected=\"false\"]{color: #8e9297;}");
+
+const QString badgeStyle
+    = QStringLiteral("QLabel{background-color: #ff5341; border-radius: 10px; color: #ecf2f5; max-width: 20px;} "
+                     "QToolTip{background: #2f3136; color: #ecf2f5; padding: 2px; border: 1px solid #202225;}");
+
+} // namespace
+
 TreeItem::TreeItem(const QString& name)
     : QLabel(nullptr)
-    , styleSheetText(treerow::rowStyleSheet)
+    , styleSheetText(treerow::rowStyleSheet + QLatin1Char(' ') + nameStyle)
     , lockLabel(new QLabel())
     , nameLabel(new QLabel())
     , badgeLabel(new QLabel())
@@ -40,17 +54,13 @@ void TreeItem::buildLabels(const QString& name)
     lockLabel->setToolTip(tr("Locked"));
     lockLabel->hide();
 
+    nameLabel->setObjectName(QStringLiteral("name"));
     nameLabel->setText(name);
     nameLabel->setFont(font);
-    nameLabel->setStyleSheet(QStringLiteral(
-        "QLabel{background-color: transparent; color: #fff; text-align: left; font-size: 1em; border: 0; outline: 0;} "
-        "QLabel[connected=\"true\"]{color: #fff;} QLabel[connected=\"false\"]{color: #8e9297;}"));
 
     badgeLabel->setText(QStringLiteral("0"));
     badgeLabel->setFont(font);
-    badgeLabel->setStyleSheet(
-        QStringLiteral("QLabel{background-color: #ff5341; border-radius: 10px; color: #ecf2f5; max-width: 20px;} "
-                       "QToolTip{background: #2f3136; color: #ecf2f5; padding: 2px; border: 1px solid #202225;}"));
+    // Its sheet (which also styles its tool tip) goes on when it is first shown.
     badgeLabel->setAlignment(Qt::AlignCenter);
     badgeLabel->hide();
 
@@ -125,6 +135,8 @@ void TreeItem::addUnread(int count)
 {
     unread += count;
     badgeLabel->setText(unread > 9 ? QStringLiteral("9+") : QString::number(unread));
+    if (badgeLabel->styleSheet().isEmpty())
+        badgeLabel->setStyleSheet(badgeStyle);
     badgeLabel->show();
     badgeLabel->setToolTip(tr("%1 new messages").arg(unread));
 }
