@@ -24,9 +24,7 @@ const QString badgeStyle
 TreeItem::TreeItem(const QString& name)
     : QLabel(nullptr)
     , styleSheetText(treerow::rowStyleSheet + QLatin1Char(' ') + nameStyle)
-    , lockLabel(new QLabel())
     , nameLabel(new QLabel())
-    , badgeLabel(new QLabel())
     , menu(nullptr)
 {
     // Styled before it has children, so that they are styled once, when they join it.
@@ -46,28 +44,34 @@ TreeItem::~TreeItem()
 
 void TreeItem::buildLabels(const QString& name)
 {
-    const QFont font = treerow::rowFont();
+    nameLabel->setObjectName(QStringLiteral("name"));
+    nameLabel->setText(name);
+    nameLabel->setFont(treerow::rowFont());
+    treerow::installRowLayout(this)->addWidget(nameLabel);
+}
 
-    // The icon is loaded when the row is first locked.
+// The lock icon and the badge are hidden in most rows for good; each is made when first shown, since every widget in
+// the tree is styled and polished, hidden or not.
+void TreeItem::createLockLabel()
+{
+    lockLabel = new QLabel();
+    lockLabel->setPixmap(
+        QPixmap(QStringLiteral(":/images/lock.png")).scaled(16, 16, Qt::IgnoreAspectRatio, Qt::FastTransformation));
     lockLabel->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     lockLabel->setFixedWidth(16);
     lockLabel->setToolTip(tr("Locked"));
     lockLabel->hide();
+    static_cast<QHBoxLayout*>(layout())->insertWidget(0, lockLabel);
+}
 
-    nameLabel->setObjectName(QStringLiteral("name"));
-    nameLabel->setText(name);
-    nameLabel->setFont(font);
-
-    badgeLabel->setText(QStringLiteral("0"));
-    badgeLabel->setFont(font);
-    // Its sheet (which also styles its tool tip) goes on when it is first shown.
+void TreeItem::createBadgeLabel()
+{
+    badgeLabel = new QLabel(QStringLiteral("0"));
+    badgeLabel->setFont(treerow::rowFont());
+    badgeLabel->setStyleSheet(badgeStyle);
     badgeLabel->setAlignment(Qt::AlignCenter);
     badgeLabel->hide();
-
-    QHBoxLayout* layout = treerow::installRowLayout(this);
-    layout->addWidget(lockLabel);
-    layout->addWidget(nameLabel);
-    layout->addWidget(badgeLabel);
+    layout()->addWidget(badgeLabel);
 }
 
 void TreeItem::buildMenu()
@@ -134,9 +138,9 @@ void TreeItem::onContextMenu(QPoint point)
 void TreeItem::addUnread(int count)
 {
     unread += count;
+    if (!badgeLabel)
+        createBadgeLabel();
     badgeLabel->setText(unread > 9 ? QStringLiteral("9+") : QString::number(unread));
-    if (badgeLabel->styleSheet().isEmpty())
-        badgeLabel->setStyleSheet(badgeStyle);
     badgeLabel->show();
     badgeLabel->setToolTip(tr("%1 new messages").arg(unread));
 }
@@ -144,6 +148,8 @@ void TreeItem::addUnread(int count)
 void TreeItem::resetUnread()
 {
     unread = 0;
+    if (!badgeLabel)
+        return;
     badgeLabel->setText(QStringLiteral("0"));
     badgeLabel->setToolTip(QString());
     badgeLabel->hide();
@@ -156,8 +162,9 @@ int TreeItem::unreadCount() const
 
 void TreeItem::setLocked(bool locked)
 {
-    if (locked && lockLabel->pixmap().isNull())
-        lockLabel->setPixmap(
-            QPixmap(QStringLiteral(":/images/lock.png")).scaled(16, 16, Qt::IgnoreAspectRatio, Qt::FastTransformation));
+    if (!lockLabel && !locked)
+        return;
+    if (!lockLabel)
+        createLockLabel();
     lockLabel->setVisible(locked);
 }

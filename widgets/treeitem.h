@@ -21,9 +21,11 @@ public:
     void setLocked(bool locked);
 
     const QString styleSheetText;
-    QLabel* lockLabel;
+    // Null until the row is first locked.
+    QLabel* lockLabel = nullptr;
     QLabel* nameLabel;
-    QLabel* badgeLabel;
+    // Null until the first unread line.
+    QLabel* badgeLabel = nullptr;
     QAction* connectAct;
     QAction* logsAct;
     QAction* clearAct;
@@ -51,6 +53,8 @@ private slots:
 
 private:
     void buildLabels(const QString& name);
+    void createLockLabel();
+    void createBadgeLabel();
     void buildMenu();
     void setConnectedActions(bool connected);
 
