@@ -9,8 +9,7 @@
 
 namespace {
 
-// The name label's rules sit in the row's own sheet, picked by the label's object name: Qt applies a widget's own
-// sheet again to it and its children whenever the widget moves, so one sheet per row keeps a large tree cheap.
+// The name label's rules sit beside the row's, picked by the label's object name.
 const QString nameStyle = QStringLiteral(
     "QLabel#name{background-color: transparent; color: #fff; text-align: left; font-size: 1em; border: 0; outline: 0;} "
     "QLabel#name[connected=\"true\"]{color: #fff;} QLabel#name[connected=\"false\"]{color: #8e9297;}");
@@ -23,16 +22,18 @@ const QString badgeStyle
 
 TreeItem::TreeItem(const QString& name)
     : QLabel(nullptr)
-    , styleSheetText(treerow::rowStyleSheet + QLatin1Char(' ') + nameStyle)
     , nameLabel(new QLabel())
     , menu(nullptr)
 {
-    // Styled before it has children, so that they are styled once, when they join it.
-    setStyleSheet(styleSheetText);
     buildLabels(name);
     buildMenu();
     setContextMenuPolicy(Qt::CustomContextMenu);
     connect(this, &QWidget::customContextMenuRequested, this, &TreeItem::onContextMenu);
+}
+
+QString TreeItem::rowsStyleSheet()
+{
+    return treerow::rowStyleSheet + QLatin1Char(' ') + nameStyle;
 }
 
 TreeItem::~TreeItem()
