@@ -37,12 +37,28 @@ fresh_home() { # name
     echo "$home"
 }
 
+# Appends the probe's line to the file. A start that fails is tried again with a temporary folder of its own: on a
+# machine shared with other runs of the program, the single-instance guard's system-wide names can collide with theirs
+# (they derive from a file's inode), and the program then ends at once as a second instance.
+probe_into() { # file [probe arguments...]
+    local file=$1 line
+    shift
+    for _ in 1 2 3; do
+        if line=$(TMPDIR=$(mktemp -d "$work/tmp.XXXXXX") "$probe" "$@"); then
+            echo "$line" >>"$file"
+            return 0
+        fi
+    done
+    echo "no measurement after three starts: $*" >&2
+    return 1
+}
+
 measure() { # name program [arguments...]
     local home
     home=$(fresh_home "$1")
     local name=$1
     shift
-    HOME="$home" XDG_CONFIG_HOME="$home/.config" "$probe" "$@" >>"$work/$name.txt"
+    HOME="$home" XDG_CONFIG_HOME="$home/.config" probe_into "$work/$name.txt" "$@"
 }
 
 measure_robots() { # name
@@ -51,7 +67,7 @@ measure_robots() { # name
     write_robots_home "$home" "$work/robots.scenario"
     HOME="$home" XDG_CONFIG_HOME="$home/.config" PATH="$build/sim:$PATH" \
         OXMEREL_SIM_SCENARIO="$work/robots.scenario" OXMEREL_SIM_RECORD="$home/record.jsonl" \
-        "$probe" --record "$home/record.jsonl" "$program" --auto-start >>"$work/$1.txt"
+        probe_into "$work/$1.txt" --record "$home/record.jsonl" "$program" --auto-start
 }
 
 # One unmeasured run each warms the disk cache.
