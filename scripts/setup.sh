@@ -4,7 +4,7 @@ set -euo pipefail
 
 packages=(
     build-essential cmake ninja-build pkg-config
-    qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libgl-dev libxcb1-dev libyaml-cpp-dev
+    qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins libgl-dev libxcb1-dev libxcb-damage0-dev libyaml-cpp-dev
     xvfb xauth trayer xdotool x11-utils imagemagick
     fonts-dejavu-core clang-format clang-tidy jq gcovr
     clang-14 libfuzzer-14-dev libclang-rt-14-dev

@@ -2,6 +2,7 @@
 #include "ui_connectdialog.h"
 
 #include "appglobals.h"
+#include "applicationfonts.h"
 #include "focusring.h"
 #include "keyboardnavigation.h"
 #include "launchoptions.h"
@@ -15,32 +16,30 @@
 #include "workspace.h"
 
 #include <QCoreApplication>
-#include <QFontDatabase>
 #include <QIcon>
 #include <QPixmap>
-
-namespace {
-
-QFont applicationFont(const QString& resource)
-{
-    return QFont(QFontDatabase::applicationFontFamilies(QFontDatabase::addApplicationFont(resource)).value(0));
-}
-
-} // namespace
 
 ConnectDialog::ConnectDialog(QObject* tray)
     : QDialog(nullptr)
     , ui(new Ui::ConnectDialog)
 {
+    // Frame and background before any child exists: changing them later re-creates the window and restyles every
+    // child again.
+    setAttribute(Qt::WA_TranslucentBackground);
+    setWindowFlags(Qt::FramelessWindowHint);
     ui->setupUi(this);
+    // Likewise these sheets go on before the workspaces fill the panes they style.
+    ui->tabBarWidget->setStyleSheet(QStringLiteral("background-color: #32353b;"));
+    ui->scrollArea->setStyleSheet(QStringLiteral("QScrollArea{border: 0; background-color: #202225;}"));
+    ui->versionText->setStyleSheet(QStringLiteral("color: #777; padding: 0; margin: 0;"));
     shownTree = ui->treeView;
     shownPage = ui->ws_widget;
     if (tray)
         connect(this, SIGNAL(minimizeToTray()), tray, SLOT(minimizedToTray()));
 
-    semiBoldFont = applicationFont(QStringLiteral(":/fonts/Poppins-SemiBold.ttf"));
+    semiBoldFont = ApplicationFonts::font(QStringLiteral(":/fonts/Poppins-SemiBold.ttf"));
     semiBoldFont.setStyleStrategy(QFont::PreferAntialias);
-    regularFont = applicationFont(QStringLiteral(":/fonts/Poppins-Regular.ttf"));
+    regularFont = ApplicationFonts::font(QStringLiteral(":/fonts/Poppins-Regular.ttf"));
     ui->btn_workspace_name->setFont(semiBoldFont);
 
     auto* titlebar = new Titlebar(this);
@@ -64,9 +63,7 @@ ConnectDialog::ConnectDialog(QObject* tray)
 
     loadWorkspaces(isAutoStartLaunch(QCoreApplication::arguments()));
 
-    ui->tabBarWidget->setStyleSheet(QStringLiteral("background-color: #32353b;"));
     ui->tabBarWidget->setVisible(false);
-    ui->scrollArea->setStyleSheet(QStringLiteral("QScrollArea{border: 0; background-color: #202225;}"));
     ui->gridLayout->setSpacing(0);
 
     const QString gripFill = QStringLiteral("#40444b");
@@ -80,11 +77,7 @@ ConnectDialog::ConnectDialog(QObject* tray)
     ui->bottom_h_layout->addWidget(new QGrip(0, 2, gripFill, gripBorder));
     ui->bottom_h_layout->addWidget(new QGrip(2, 7, gripFill, gripBorder));
 
-    setAttribute(Qt::WA_TranslucentBackground);
-    setWindowFlags(Qt::FramelessWindowHint);
-
     ui->versionText->setText(appVersion);
-    ui->versionText->setStyleSheet(QStringLiteral("color: #777; padding: 0; margin: 0;"));
 
     new KeyboardNavigation(this, { ui->scrollWidget, ui->tabBarWidget, nullptr, titlebar }, ui->scrollWidget);
     FocusRing::install();

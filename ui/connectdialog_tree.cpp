@@ -111,7 +111,7 @@ Workspace* ConnectDialog::addConnect(int insertIndex)
     ws->tree->setContentsMargins(8, 8, 8, 8);
     ws->tree->setIndentation(8);
     ws->tree->expandAll();
-    ws->tree->setStyleSheet(treeStyle);
+    ws->tree->setStyleSheet(treeStyle + TreeItem::rowsStyleSheet());
     ws->tree->setFont(regularFont);
     ws->tree->setHeaderHidden(true);
 

@@ -29,8 +29,11 @@ void QLoadingButton::setGif(const QString& fileName)
 
 void QLoadingButton::start()
 {
-    if (movie)
-        movie->start();
+    if (!movie)
+        return;
+    movie->start();
+    if (!isVisible())
+        movie->setPaused(true);
 }
 
 void QLoadingButton::stop()
@@ -44,4 +47,18 @@ void QLoadingButton::stop()
 void QLoadingButton::onFrameChanged(int)
 {
     setIcon(QIcon(movie->currentPixmap()));
+}
+
+void QLoadingButton::hideEvent(QHideEvent* event)
+{
+    if (movie && movie->state() == QMovie::Running)
+        movie->setPaused(true);
+    QButton::hideEvent(event);
+}
+
+void QLoadingButton::showEvent(QShowEvent* event)
+{
+    QButton::showEvent(event);
+    if (movie && movie->state() == QMovie::Paused)
+        movie->setPaused(false);
 }

@@ -26,4 +26,10 @@ public slots:
     void start();
     void stop();
     void onFrameChanged(int frameNumber);
+
+protected:
+    // The animation is paused while the button is hidden (with its window, too), so that it never wakes the program
+    // for frames that nobody sees.
+    void hideEvent(QHideEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 };

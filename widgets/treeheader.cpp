@@ -10,8 +10,10 @@ TreeHeader::TreeHeader(const QString& text)
     : QLabel(nullptr)
     , styleSheetText(treerow::rowStyleSheet)
     , textLabel(new QLabel(text))
-    , menu(treerow::createMenu())
+    , menu(nullptr)
 {
+    // Styled before it has children, so that they are styled once, when they join it.
+    setStyleSheet(styleSheetText);
     textLabel->setFont(treerow::rowFont());
     // Nothing sets "connected" on the header today; the selectors are kept for when something does.
     textLabel->setStyleSheet(QStringLiteral(
@@ -19,14 +21,13 @@ TreeHeader::TreeHeader(const QString& text)
         "QLabel[connected=\"true\"]{color: #0f0;} QLabel[connected=\"false\"]{color: #f00;}"));
     treerow::installRowLayout(this)->addWidget(textLabel);
 
-    connectAllAct = treerow::addMenuAction(menu, tr("Connect All"));
-    disconnectAllAct = treerow::addMenuAction(menu, tr("Disconnect All"));
+    connectAllAct = treerow::createMenuAction(tr("Connect All"));
+    disconnectAllAct = treerow::createMenuAction(tr("Disconnect All"));
     connect(connectAllAct, &QAction::triggered, this, &TreeHeader::connectClicked);
     connect(disconnectAllAct, &QAction::triggered, this, &TreeHeader::disconnectClicked);
 
     setContextMenuPolicy(Qt::CustomContextMenu);
     connect(this, &QWidget::customContextMenuRequested, this, &TreeHeader::onContextMenu);
-    setStyleSheet(styleSheetText);
 }
 
 TreeHeader::~TreeHeader()
@@ -48,5 +49,7 @@ void TreeHeader::disconnectClicked()
 
 void TreeHeader::onContextMenu(QPoint point)
 {
+    if (!menu)
+        menu = treerow::createMenu({ connectAllAct, disconnectAllAct });
     menu->exec(mapToGlobal(point));
 }

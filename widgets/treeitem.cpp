@@ -8,19 +8,33 @@
 #include <QMenu>
 #include <QPixmap>
 
+namespace {
+
+// The name label's rules sit beside the row's, picked by the label's object name.
+const QString nameStyle = QStringLiteral(
+    "QLabel#name{background-color: transparent; color: #fff; text-align: left; font-size: 1em; border: 0; outline: 0;} "
+    "QLabel#name[connected=\"true\"]{color: #fff;} QLabel#name[connected=\"false\"]{color: #8e9297;}");
+
+const QString badgeStyle
+    = QStringLiteral("QLabel{background-color: #ff5341; border-radius: 10px; color: #ecf2f5; max-width: 20px;} "
+                     "QToolTip{background: #2f3136; color: #ecf2f5; padding: 2px; border: 1px solid #202225;}");
+
+} // namespace
+
 TreeItem::TreeItem(const QString& name)
     : QLabel(nullptr)
-    , styleSheetText(treerow::rowStyleSheet)
-    , lockLabel(new QLabel())
     , nameLabel(new QLabel())
-    , badgeLabel(new QLabel())
-    , menu(treerow::createMenu())
+    , menu(nullptr)
 {
     buildLabels(name);
     buildMenu();
     setContextMenuPolicy(Qt::CustomContextMenu);
     connect(this, &QWidget::customContextMenuRequested, this, &TreeItem::onContextMenu);
-    setStyleSheet(styleSheetText);
+}
+
+QString TreeItem::rowsStyleSheet()
+{
+    return treerow::rowStyleSheet + QLatin1Char(' ') + nameStyle;
 }
 
 TreeItem::~TreeItem()
@@ -32,8 +46,17 @@ TreeItem::~TreeItem()
 
 void TreeItem::buildLabels(const QString& name)
 {
-    const QFont font = treerow::rowFont();
+    nameLabel->setObjectName(QStringLiteral("name"));
+    nameLabel->setText(name);
+    nameLabel->setFont(treerow::rowFont());
+    treerow::installRowLayout(this)->addWidget(nameLabel);
+}
 
+// The lock icon and the badge are hidden in most rows for good; each is made when first shown, since every widget in
+// the tree is styled and polished, hidden or not.
+void TreeItem::createLockLabel()
+{
+    lockLabel = new QLabel();
     lockLabel->setPixmap(
         QPixmap(QStringLiteral(":/images/lock.png")).scaled(16, 16, Qt::IgnoreAspectRatio, Qt::FastTransformation));
     lockLabel->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
@@ -41,34 +64,26 @@ void TreeItem::buildLabels(const QString& name)
     lockLabel->setToolTip(tr("Locked"));
     lockLabel->setAccessibleName(tr("Locked"));
     lockLabel->hide();
+    static_cast<QHBoxLayout*>(layout())->insertWidget(0, lockLabel);
+}
 
-    nameLabel->setText(name);
-    nameLabel->setFont(font);
-    nameLabel->setStyleSheet(QStringLiteral(
-        "QLabel{background-color: transparent; color: #fff; text-align: left; font-size: 1em; border: 0; outline: 0;} "
-        "QLabel[connected=\"true\"]{color: #fff;} QLabel[connected=\"false\"]{color: #8e9297;}"));
-
-    badgeLabel->setText(QStringLiteral("0"));
-    badgeLabel->setFont(font);
-    badgeLabel->setStyleSheet(
-        QStringLiteral("QLabel{background-color: #ff5341; border-radius: 10px; color: #ecf2f5; max-width: 20px;} "
-                       "QToolTip{background: #2f3136; color: #ecf2f5; padding: 2px; border: 1px solid #202225;}"));
+void TreeItem::createBadgeLabel()
+{
+    badgeLabel = new QLabel(QStringLiteral("0"));
+    badgeLabel->setFont(treerow::rowFont());
+    badgeLabel->setStyleSheet(badgeStyle);
     badgeLabel->setAlignment(Qt::AlignCenter);
     badgeLabel->hide();
-
-    QHBoxLayout* layout = treerow::installRowLayout(this);
-    layout->addWidget(lockLabel);
-    layout->addWidget(nameLabel);
-    layout->addWidget(badgeLabel);
+    layout()->addWidget(badgeLabel);
 }
 
 void TreeItem::buildMenu()
 {
-    connectAct = treerow::addMenuAction(menu, tr("Connect"));
-    logsAct = treerow::addMenuAction(menu, tr("Logs"));
-    clearAct = treerow::addMenuAction(menu, tr("Clear"));
-    disconnectAct = treerow::addMenuAction(menu, tr("Disconnect"));
-    lockAct = treerow::addMenuAction(menu, tr("Lock"));
+    connectAct = treerow::createMenuAction(tr("Connect"));
+    logsAct = treerow::createMenuAction(tr("Logs"));
+    clearAct = treerow::createMenuAction(tr("Clear"));
+    disconnectAct = treerow::createMenuAction(tr("Disconnect"));
+    lockAct = treerow::createMenuAction(tr("Lock"));
     lockAct->setCheckable(true);
     setConnectedActions(false);
 
@@ -118,12 +133,16 @@ void TreeItem::lockClicked()
 
 void TreeItem::onContextMenu(QPoint point)
 {
+    if (!menu)
+        menu = treerow::createMenu({ connectAct, logsAct, clearAct, disconnectAct, lockAct });
     menu->exec(mapToGlobal(point));
 }
 
 void TreeItem::addUnread(int count)
 {
     unread += count;
+    if (!badgeLabel)
+        createBadgeLabel();
     badgeLabel->setText(unread > 9 ? QStringLiteral("9+") : QString::number(unread));
     badgeLabel->show();
     badgeLabel->setToolTip(tr("%1 new messages").arg(unread));
@@ -133,6 +152,8 @@ void TreeItem::addUnread(int count)
 void TreeItem::resetUnread()
 {
     unread = 0;
+    if (!badgeLabel)
+        return;
     badgeLabel->setText(QStringLiteral("0"));
     badgeLabel->setToolTip(QString());
     badgeLabel->setAccessibleName(unreadText(0));
@@ -146,6 +167,10 @@ int TreeItem::unreadCount() const
 
 void TreeItem::setLocked(bool locked)
 {
+    if (!lockLabel && !locked)
+        return;
+    if (!lockLabel)
+        createLockLabel();
     lockLabel->setVisible(locked);
     announceState();
 }

@@ -1,7 +1,8 @@
 #include "treerow.h"
 
+#include "applicationfonts.h"
+
 #include <QAction>
-#include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
@@ -13,8 +14,7 @@ const QString rowStyleSheet
 
 QFont rowFont()
 {
-    const int id = QFontDatabase::addApplicationFont(QStringLiteral(":/fonts/Poppins-SemiBold.ttf"));
-    return QFont(QFontDatabase::applicationFontFamilies(id).value(0));
+    return ApplicationFonts::font(QStringLiteral(":/fonts/Poppins-SemiBold.ttf"));
 }
 
 QHBoxLayout* installRowLayout(QLabel* row)
@@ -25,19 +25,19 @@ QHBoxLayout* installRowLayout(QLabel* row)
     return layout;
 }
 
-QMenu* createMenu()
+QMenu* createMenu(const QList<QAction*>& actions)
 {
     auto* menu = new QMenu();
     menu->setStyleSheet(
         QStringLiteral("QMenu::item{padding: 4px 8px;} QMenu::item:selected{background-color: #c0cdda}"));
+    menu->addActions(actions);
     return menu;
 }
 
-QAction* addMenuAction(QMenu* menu, const QString& text)
+QAction* createMenuAction(const QString& text)
 {
     auto* action = new QAction(text);
     action->setIconVisibleInMenu(false);
-    menu->addAction(action);
     return action;
 }
 

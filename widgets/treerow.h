@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QFont>
+#include <QList>
 #include <QString>
 
 class QAction;
@@ -14,15 +15,16 @@ namespace treerow {
 // The row itself stays invisible: only its labels draw.
 extern const QString rowStyleSheet;
 
-// The row font: the semi-bold application font, registered on every call (Qt ignores a repeated registration).
+// The row font: the semi-bold application font.
 QFont rowFont();
 
 // A label-holding row layout without margins, installed on the row.
 QHBoxLayout* installRowLayout(QLabel* row);
 
-QMenu* createMenu();
+// The row's context menu, built when it first opens: most rows never show theirs, and a menu is a styled widget.
+QMenu* createMenu(const QList<QAction*>& actions);
 
-// Adds a parentless action to the menu; the row owns it.
-QAction* addMenuAction(QMenu* menu, const QString& text);
+// A parentless menu action; the row owns it.
+QAction* createMenuAction(const QString& text);
 
 } // namespace treerow

@@ -6,6 +6,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QContextMenuEvent>
+#include <QFontDatabase>
 #include <QMenu>
 #include <QMovie>
 #include <QSignalSpy>
@@ -46,9 +47,10 @@ private slots:
     void shortListsArePaddedAndStatesCrossed();
     void releaseDropsFocus();
     void secondGifIsIgnored();
-    void finiteAnimationRestartsAtItsEnd();
+    void finiteAnimationLoopsOnlyWhileShown();
     void rowMenusFollowConnectAndDisconnect();
     void rowLockAndBadge();
+    void rowsRegisterTheirFontOnce();
 };
 
 void TestControls::shortListsArePaddedAndStatesCrossed()
@@ -95,13 +97,20 @@ void TestControls::secondGifIsIgnored()
     QVERIFY(button.icon().isNull());
 }
 
-void TestControls::finiteAnimationRestartsAtItsEnd()
+void TestControls::finiteAnimationLoopsOnlyWhileShown()
 {
     QLoadingButton button;
+    button.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&button));
     button.setGif(QStringLiteral(TEST_DATA_DIR "/once.gif"));
     QSignalSpy finished(button.movie, &QMovie::finished);
     button.start();
     QTRY_VERIFY(finished.count() >= 2);
+    QCOMPARE(button.movie->state(), QMovie::Running);
+    // A hidden button's animation must not keep a timer running.
+    button.hide();
+    QCOMPARE(button.movie->state(), QMovie::Paused);
+    button.show();
     QCOMPARE(button.movie->state(), QMovie::Running);
 }
 
@@ -148,6 +157,17 @@ void TestControls::rowLockAndBadge()
     QCOMPARE(row.badgeLabel->toolTip(), QStringLiteral("10 new messages"));
     row.resetUnread();
     QVERIFY(row.badgeLabel->isHidden());
+}
+
+void TestControls::rowsRegisterTheirFontOnce()
+{
+    // Font ids count up with each registration, so two probe registrations frame whatever the rows registered.
+    const QString probe = QStringLiteral(":/fonts/Poppins-Regular.ttf");
+    const TreeItem first(QStringLiteral("a"));
+    const int before = QFontDatabase::addApplicationFont(probe);
+    const TreeItem second(QStringLiteral("b"));
+    const TreeHeader header(QStringLiteral("ROBOTS"));
+    QCOMPARE(QFontDatabase::addApplicationFont(probe), before + 1);
 }
 
 QTEST_MAIN(TestControls)

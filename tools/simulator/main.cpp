@@ -8,6 +8,8 @@
 //       {"pid":P,"stdin":"text"}                            each stdin line read (without its newline)
 //       {"pid":P,"child":C}                                 a grandchild started by spawn-child
 //       {"pid":P,"exit":code}                               at a normal end
+//       {"pid":P,"listed":n}                                 a listing written by `list`
+//     Every record also carries "at": the monotonic clock in milliseconds, which benchmarks compare across processes.
 //
 // Scenario file: one command per line. "[oxmerel-runner]" / "[oxmerel-agent]" start the section played by the
 // program of that name; lines before any section are played by both. Blank lines and lines starting with '#' are
@@ -20,6 +22,7 @@
 //   flood <n> <text>   print text n times as fast as the pipe takes it, ${N} counting from 1
 //   every <ms> <text>  print text every ms until stdin closes, ${N} counting from 1
 //   stream <bytes>     write that many 'x' bytes without a newline (with printraw/print: one huge line)
+//   list <n>           print a robot listing of n robots ("rb-1", "Robot 1", ...) and record when it was written
 //   ignore-term        ignore SIGTERM
 //   spawn-child        start a grandchild that sleeps in our process group; record its pid
 //   exit <code>        end with that exit code
@@ -38,6 +41,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/wait.h>
@@ -70,6 +74,9 @@ void record(QJsonObject event)
     if (path.isEmpty())
         return;
     event.insert(QStringLiteral("pid"), ownPid);
+    timespec now {};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    event.insert(QStringLiteral("at"), static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6);
     const QByteArray line = QJsonDocument(event).toJson(QJsonDocument::Compact) + '\n';
     // One append-mode write per event keeps lines of concurrent simulators whole.
     const int fd = ::open(path.constData(), O_WRONLY | O_APPEND | O_CREAT, 0644);
@@ -209,6 +216,18 @@ void stream(qint64 bytes)
     finish(0);
 }
 
+void listRobots(int count)
+{
+    QJsonArray items;
+    for (int n = 1; n <= count; ++n)
+        items.append(QJsonObject { { QStringLiteral("id"), QStringLiteral("rb-%1").arg(n) },
+            { QStringLiteral("name"), QStringLiteral("Robot %1").arg(n) } });
+    const QJsonObject listing { { QStringLiteral("status"), QStringLiteral("waiting_selection") },
+        { QStringLiteral("items"), items } };
+    writeAll(STDOUT_FILENO, QJsonDocument(listing).toJson(QJsonDocument::Compact) + '\n');
+    record({ { QStringLiteral("listed"), count } });
+}
+
 void spawnChild()
 {
     const pid_t child = ::fork();
@@ -246,6 +265,8 @@ void run(const QByteArray& command, const QByteArray& argument)
             every(argument.left(space).toInt(), text);
     } else if (command == "stream") {
         stream(argument.toLongLong());
+    } else if (command == "list") {
+        listRobots(argument.toInt());
     } else if (command == "ignore-term") {
         std::signal(SIGTERM, SIG_IGN);
     } else if (command == "spawn-child") {
