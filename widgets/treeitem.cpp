@@ -186,7 +186,7 @@ QString TreeItem::accessibleText() const
 {
     QString text = nameLabel->text() + QStringLiteral(", ")
         + (nameLabel->property("connected").toBool() ? tr("connected") : tr("idle"));
-    if (!lockLabel->isHidden())
+    if (lockLabel && !lockLabel->isHidden())
         text += QStringLiteral(", ") + tr("locked");
     return text;
 }
