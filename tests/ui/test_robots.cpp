@@ -1,5 +1,5 @@
 // Robots end to end against the runtime simulator: connection control from the row with the robot options, the
-// runtime exiting on its own, lock mode, and the log view's unread badges and search.
+// runtime exiting on its own, lock mode, and the log view's long lines and unread badges.
 #include "credentialsstore.h"
 #include "logline.h"
 #include "logview.h"
@@ -15,16 +15,12 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
-#include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPointer>
-#include <QScrollBar>
 #include <QTest>
 #include <QTextBlock>
 #include <QTreeWidgetItem>
 #include <QUrl>
-
-#include <utility>
 
 namespace {
 
@@ -53,43 +49,56 @@ public slots:
 private slots:
     void init() { rig = std::make_unique<SimRig>(); }
     void cleanup() { rig.reset(); }
-    void connectFromTheRowThenDisconnect();
+    void connectLockAndDisconnectFromTheRows();
     void robotWhoseRuntimeExitsEndsIdleAndForgotten();
-    void lockModeAsksOnlyWhenConnected();
     void longLinesAreCutWithTheirLength_data();
     void longLinesAreCutWithTheirLength();
     void badgesCountUnseenLines();
-    void searchWrapsOnceThenReportsNotFound();
 
 private:
     std::unique_ptr<SimRig> rig;
     QList<QUrl> openedUrls;
 };
 
-void TestRobots::connectFromTheRowThenDisconnect()
+void TestRobots::connectLockAndDisconnectFromTheRows()
 {
     Workspace* ws = rig->signIn();
     QVERIFY(ws);
+    // Lock mode on an idle robot only marks it.
+    openRobot(ws, r2);
+    rowOf(ws, r2)->lockAct->trigger();
+    QVERIFY(QFile::exists(robotLocksDir() + QStringLiteral("/r2.lock")));
+    QVERIFY(!rowOf(ws, r2)->lockLabel->isHidden());
+    QVERIFY(!QApplication::activeModalWidget());
+
     Session* s = openRobot(ws, r1);
-    // The options are read when the runtime starts: changed before the connect they count, while connected they wait.
+    // The options are read when the runtime starts; they live with the connection, so a restart starts afresh.
     QTest::mouseClick(s->sendCrashDumpBox, Qt::LeftButton);
     QTest::mouseClick(s->noDesignerAttachBox, Qt::LeftButton);
     TreeItem* row = rowOf(ws, r1);
     row->connectAct->trigger();
     QTRY_VERIFY(isConnected(ws, r1));
-    const SimStart runner = rig->runners().at(1);
-    QCOMPARE(runner.argv.mid(6), QStringList({ QStringLiteral("--remember"), QStringLiteral("-n") }));
-    QTest::mouseClick(s->sendCrashDumpBox, Qt::LeftButton);
-
+    const qint64 firstRunner = rig->runners().at(1).pid;
+    QCOMPARE(rig->runners().at(1).argv.mid(6), QStringList({ QStringLiteral("--remember"), QStringLiteral("-n") }));
     QCOMPARE(row->nameLabel->palette().color(QPalette::WindowText), QColor(0xffffff));
 
-    const QPointer<ProcHandler> handler = s->runner;
+    // Lock mode on a connected robot asks, then restarts its runtime.
+    row->lockAct->trigger();
+    QVERIFY(answerModal(QStringLiteral("Yes")).contains(QStringLiteral("Do you want to restart now?")));
+    QTRY_COMPARE(rig->runners().size(), 3);
+    QCOMPARE(rig->runners().at(2).argv.mid(6),
+        QStringList({ QStringLiteral("--remember"), QStringLiteral("--lock"), QStringLiteral("-s") }));
+    QTRY_VERIFY(!alive(firstRunner));
+    QTRY_VERIFY(isConnected(ws, r1));
+
+    const qint64 runner = rig->runners().at(2).pid;
+    const QPointer<ProcHandler> handler = ws->sessions.value(r1)->runner;
     row->disconnectAct->trigger();
     verifyIdleRow(ws);
-    QTRY_VERIFY(!alive(runner.pid));
+    QTRY_VERIFY(!alive(runner));
     // Freed with its connection, although the robot's page is still on screen.
     QTRY_VERIFY(!handler);
-    QCOMPARE(rig->runners().size(), 2);
+    QCOMPARE(rig->runners().size(), 3);
 
     // The session is gone, but "Logs" still opens the folder named by the workspace's and the robot's names.
     QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openUrl");
@@ -111,29 +120,6 @@ void TestRobots::robotWhoseRuntimeExitsEndsIdleAndForgotten()
     const YAML::Node entries = loadCredentials()["credentials"];
     QCOMPARE(entries[testWorkspace]["robots"].as<QStringList>(), QStringList());
     QCOMPARE(entries[QStringLiteral("globex.oxmerel.cloud")]["robots"].as<QStringList>(), QStringList({ r1 }));
-}
-
-void TestRobots::lockModeAsksOnlyWhenConnected()
-{
-    Workspace* ws = rig->signIn();
-    QVERIFY(ws);
-    openRobot(ws, r2);
-    TreeItem* idle = rowOf(ws, r2);
-    idle->lockAct->trigger();
-    QVERIFY(QFile::exists(robotLocksDir() + QStringLiteral("/r2.lock")));
-    QVERIFY(!idle->lockLabel->isHidden());
-    QVERIFY(!QApplication::activeModalWidget());
-
-    TreeItem* row = rowOf(ws, r1);
-    row->connectAct->trigger();
-    QTRY_VERIFY(isConnected(ws, r1));
-    const qint64 firstRunner = rig->runners().at(1).pid;
-    row->lockAct->trigger();
-    QVERIFY(answerModal(QStringLiteral("Yes")).contains(QStringLiteral("Do you want to restart now?")));
-    QTRY_COMPARE(rig->runners().size(), 3);
-    QVERIFY(rig->runners().at(2).argv.contains(QStringLiteral("--lock")));
-    QTRY_VERIFY(!alive(firstRunner));
-    QTRY_VERIFY(isConnected(ws, r1));
 }
 
 void TestRobots::longLinesAreCutWithTheirLength_data()
@@ -180,27 +166,6 @@ void TestRobots::badgesCountUnseenLines()
     QCOMPARE(row->badgeLabel->text(), QStringLiteral("2"));
     rig->selectWorkspace(ws);
     QVERIFY(ws->badge->isHidden());
-}
-
-void TestRobots::searchWrapsOnceThenReportsNotFound()
-{
-    rig->list({ r1 });
-    Session* s = rig->showLog(r1);
-    rig->logLine(s, QStringLiteral("needle near the top"));
-    for (int i = 0; i < 20; ++i)
-        rig->logLine(s, QStringLiteral("hay %1").arg(i));
-    QTRY_COMPARE(s->logView->blockCount(), 21);
-    s->logView->moveCursor(QTextCursor::End);
-
-    QTest::keyClicks(s->searchEdit, QStringLiteral("needle"));
-    QTest::keyClick(s->searchEdit, Qt::Key_Return);
-    QCOMPARE(s->logView->textCursor().selectedText(), QStringLiteral("needle"));
-
-    const int before = s->logView->textCursor().position();
-    s->searchEdit->setText(QStringLiteral("absent"));
-    QTest::keyClick(s->searchEdit, Qt::Key_Return);
-    QVERIFY(answerModal().contains(QStringLiteral("Not Found")));
-    QCOMPARE(s->logView->textCursor().position(), before);
 }
 
 QTEST_MAIN(TestRobots)

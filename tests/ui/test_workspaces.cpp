@@ -28,10 +28,8 @@ private slots:
     void autoStartIsTheExactFirstArgument();
     void bareLabelAndEnterSignInExactlyOnce();
     void twoFailuresShowOneMessage();
-    void rememberedRobotsReconnectWithTheirIds();
     void listingsHideRowsAndNeverDuplicate();
     void removeAsksThenDeletesTheWholeEntry();
-    void signOutKeepsTheFileAndRefillsTheForm();
     void signOutWhileARobotsLogIsOnScreen();
     // Last: its fallback timer outlives it.
     void quitStopsEveryRuntimeAndKeepsTheFile();
@@ -110,15 +108,6 @@ void TestWorkspaces::twoFailuresShowOneMessage()
     QCOMPARE(messages, 1);
 }
 
-void TestWorkspaces::rememberedRobotsReconnectWithTheirIds()
-{
-    Workspace* acme = rig->signIn(QStringLiteral("[r2]"));
-    QVERIFY(acme);
-    QTRY_COMPARE(rig->runners().value(1).input, QStringList({ testPassword, QStringLiteral("r2") }));
-    QTRY_VERIFY(isConnected(acme, QStringLiteral("r2")));
-    QCOMPARE(rig->agents().size(), 1);
-}
-
 void TestWorkspaces::listingsHideRowsAndNeverDuplicate()
 {
     const QString a = QStringLiteral("a");
@@ -158,18 +147,6 @@ void TestWorkspaces::removeAsksThenDeletesTheWholeEntry()
     QVERIFY(credentialsText().contains(QStringLiteral("extra: kept")));
 }
 
-void TestWorkspaces::signOutKeepsTheFileAndRefillsTheForm()
-{
-    Workspace* acme = rig->signIn();
-    QVERIFY(acme);
-    acme->signOutAction->trigger();
-    QCOMPARE(credentialsText(), credentialsFile(QStringLiteral("[]")));
-    const Session* form = rig->current()->sessions.value(QString());
-    QCOMPARE(form->workspaceEdit->text(), testWorkspace);
-    QCOMPARE(form->identityEdit->text(), testIdentity);
-    QCOMPARE(form->passwordEdit->text(), testPassword);
-}
-
 void TestWorkspaces::signOutWhileARobotsLogIsOnScreen()
 {
     Workspace* ws = rig->signIn();
@@ -179,13 +156,17 @@ void TestWorkspaces::signOutWhileARobotsLogIsOnScreen()
     const qint64 runner = rig->runners().at(1).pid;
     QCOMPARE(rig->shownPage(), ws->sessions.value(QStringLiteral("r1"))->page);
 
-    // The robot is disconnected and its page goes with the workspace; its runtime's last reports reach nothing.
+    // The robot is disconnected and its page goes with the workspace; its runtime's last reports reach nothing. The
+    // file keeps the entry, secrets and all, and the form is filled from it.
     ws->signOutAction->trigger();
     QTRY_VERIFY(!alive(runner));
+    QVERIFY(credentialsText().contains(testIdentity) && credentialsText().contains(QStringLiteral("kept-secret")));
     Workspace* fresh = rig->current();
     Session* form = fresh->sessions.value(QString());
     QCOMPARE(rig->shownPage(), form->page);
     QVERIFY(form->page->isVisible());
+    QCOMPARE(QStringList({ form->workspaceEdit->text(), form->identityEdit->text(), form->passwordEdit->text() }),
+        QStringList({ testWorkspace, testIdentity, testPassword }));
     // The window goes on working: one click signs in again (the name is free) and lists the robots.
     QTest::mouseClick(form->signInButton, Qt::LeftButton);
     QTRY_VERIFY(rowOf(fresh, QStringLiteral("r1")));
@@ -196,8 +177,12 @@ void TestWorkspaces::quitStopsEveryRuntimeAndKeepsTheFile()
     Workspace* acme = rig->signIn(QStringLiteral("[r1, r2]"));
     QVERIFY(acme);
     QTRY_VERIFY(isConnected(acme, QStringLiteral("r1")) && isConnected(acme, QStringLiteral("r2")));
+    // Each remembered robot reconnects with its own runner, which is given the robot's id; one agent serves them all.
     const QList<SimStart> runtimes = rig->runners() + rig->agents();
     QCOMPARE(runtimes.size(), 4);
+    QStringList chosen { rig->runners().at(1).input.value(1), rig->runners().at(2).input.value(1) };
+    chosen.sort();
+    QCOMPARE(chosen, QStringList({ QStringLiteral("r1"), QStringLiteral("r2") }));
 
     // exit() ends the event loop it runs in; the fallback timer only ends a loop that exit() failed to end.
     QTimer::singleShot(0, rig->dialog(), [this] { rig->exit(); });
