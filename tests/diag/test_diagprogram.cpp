@@ -23,9 +23,8 @@ QJsonObject liveRobot(const QJsonObject& status, const QString& id)
     for (const QJsonValue& ws : workspaces) {
         const QJsonArray robots = ws.toObject().value(u"robots"_s).toArray();
         for (const QJsonValue& robot : robots) {
-            if (robot.toObject().value(u"id"_s).toString() == id) {
+            if (robot.toObject().value(u"id"_s).toString() == id)
                 return robot.toObject();
-            }
         }
     }
     return {};
@@ -37,15 +36,13 @@ QByteArray exchange(const QByteArray& request)
 {
     QLocalSocket socket;
     socket.connectToServer(statusSocketName());
-    if (!socket.waitForConnected(5000)) {
+    if (!socket.waitForConnected(5000))
         return "(no connection)";
-    }
     socket.write(request);
     socket.waitForBytesWritten(5000);
     QByteArray answer;
-    while (socket.state() == QLocalSocket::ConnectedState && socket.waitForReadyRead(10000)) {
+    while (socket.state() == QLocalSocket::ConnectedState && socket.waitForReadyRead(10000))
         answer += socket.readAll();
-    }
     answer += socket.readAll();
     return socket.state() == QLocalSocket::ConnectedState ? QByteArray("(open)") : answer;
 }
@@ -85,9 +82,8 @@ void TestDiagProgram::initTestCase()
 QJsonObject TestDiagProgram::status(int* exitCode)
 {
     const auto result = runDiag({ u"status"_s, u"--json"_s });
-    if (exitCode) {
+    if (exitCode)
         *exitCode = result.exitCode;
-    }
     return QJsonDocument::fromJson(result.out).object();
 }
 

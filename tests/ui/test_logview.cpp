@@ -1,19 +1,11 @@
 // The log page's reader tools against the runtime simulator rig: the filter and follow rules under the bound and the
 // badges, and the keys that reach the tools, the panes, the rows' menus and the message dialogs.
-#include "logview.h"
 #include "simrig.h"
-#include "treeitem.h"
-#include "treewidget.h"
 
-#include <QApplication>
 #include <QClipboard>
-#include <QLineEdit>
 #include <QMenu>
 #include <QScrollBar>
-#include <QTest>
-#include <QTextBlock>
 #include <QTimer>
-#include <QTreeWidget>
 
 namespace {
 

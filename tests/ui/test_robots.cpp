@@ -2,24 +2,15 @@
 // runtime exiting on its own, lock mode, and the log view's long lines and unread badges.
 #include "credentialsstore.h"
 #include "logline.h"
-#include "logview.h"
-#include "paths.h"
 #include "prochandler.h"
 #include "simrig.h"
-#include "treeitem.h"
 #include "yamlconvert.h"
 
-#include <QAction>
-#include <QApplication>
 #include <QCheckBox>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
-#include <QPlainTextEdit>
 #include <QPointer>
-#include <QTest>
-#include <QTextBlock>
-#include <QTreeWidgetItem>
 #include <QUrl>
 
 namespace {

@@ -1,22 +1,9 @@
 // A workspace's life in the window against the runtime simulator: the window and the auto-start flag, sign-in by
 // typing and from the file, refusals and failures, listings, "Remove", "Sign Out" and the program's quit.
 #include "launchoptions.h"
-#include "logview.h"
-#include "paths.h"
-#include "qloadingbutton.h"
 #include "simrig.h"
-#include "tempfiles.h"
-#include "treeitem.h"
-#include "treewidget.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QLineEdit>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QTest>
 #include <QTimer>
-#include <QTreeWidgetItem>
 
 class TestWorkspaces final : public QObject
 {
