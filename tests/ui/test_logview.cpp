@@ -1,5 +1,6 @@
-// The log page's reader tools against the runtime simulator rig: the filter and follow rules under the bound and the
-// badges, and the keys that reach the tools, the panes, the rows' menus and the message dialogs.
+// The log page against the runtime simulator rig: the filter and follow rules under the bound, long lines and the
+// unread badges, and the keys that reach the tools, the panes, the rows' menus and the message dialogs.
+#include "logline.h"
 #include "simrig.h"
 
 #include <QClipboard>
@@ -56,6 +57,9 @@ private slots:
     void filterAndFollowKeepTheBoundAndBadges_data();
     void filterAndFollowKeepTheBoundAndBadges();
     void keysReachTheTools();
+    void longLinesAreCutWithTheirLength_data();
+    void longLinesAreCutWithTheirLength();
+    void badgesCountUnseenLines();
 
 private:
     std::unique_ptr<SimRig> rig;
@@ -228,6 +232,52 @@ void TestLogView::keysReachTheTools()
     window->showMessageDialog(0, QStringLiteral("Note"), QStringLiteral("Read this."));
     QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Escape);
     QTRY_VERIFY(!rig->messageOpen());
+}
+
+void TestLogView::longLinesAreCutWithTheirLength_data()
+{
+    QTest::addColumn<QString>("msg");
+    QTest::addColumn<QString>("shown");
+    const QString prefix = QStringLiteral("t INFO ");
+    const QString fits(LogLine::maximumLength - prefix.size(), QLatin1Char('x'));
+    QTest::newRow("fits") << fits << prefix + fits;
+    QTest::newRow("one over") << fits + QLatin1Char('y')
+                              << prefix + fits + QStringLiteral("\u2026 [cut from 16385 characters]");
+    // The cut falls inside a surrogate pair: the whole pair goes.
+    const QString pair = fits.chopped(1) + QStringLiteral("\U0001F600z");
+    QTest::newRow("surrogate pair") << pair
+                                    << prefix + fits.chopped(1) + QStringLiteral("\u2026 [cut from 16386 characters]");
+}
+
+// Laying out one huge wrapped line would freeze the window.
+void TestLogView::longLinesAreCutWithTheirLength()
+{
+    QFETCH(QString, msg);
+    QFETCH(QString, shown);
+    rig->list({ r1 });
+    Session* s = rig->showLog(r1);
+    rig->logLine(s, msg);
+    QTRY_COMPARE(s->logView->document()->firstBlock().text(), shown);
+    QCOMPARE(s->logView->blockCount(), 1);
+}
+
+void TestLogView::badgesCountUnseenLines()
+{
+    Workspace* ws = rig->list({ r1 });
+    Session* viewed = rig->showLog(r1);
+    TreeItem* row = rowOf(ws, r1);
+
+    // In a workspace that is not current, the badge sums the rows before the new line is counted: one line behind.
+    rig->addConnect();
+    rig->logLine(viewed, QStringLiteral("one"));
+    QCOMPARE(ws->badge->text(), QStringLiteral("0"));
+    QVERIFY(!ws->badge->isHidden());
+    QCOMPARE(row->badgeLabel->text(), QStringLiteral("1"));
+    rig->logLine(viewed, QStringLiteral("two"));
+    QCOMPARE(ws->badge->text(), QStringLiteral("1"));
+    QCOMPARE(row->badgeLabel->text(), QStringLiteral("2"));
+    rig->selectWorkspace(ws);
+    QVERIFY(ws->badge->isHidden());
 }
 
 QTEST_MAIN(TestLogView)
