@@ -90,17 +90,16 @@ QJsonObject TestDiagProgram::status(int* exitCode)
 void TestDiagProgram::statusOfRunningProgram()
 {
     // The remembered robot reconnects at start. Its log is the one on screen, so its lines count as read.
-    QJsonObject last;
+    int exitCode = -1;
+    QJsonObject running;
     const bool connected = QTest::qWaitFor(
         [&] {
-            last = status();
-            const QJsonObject robot = liveRobot(last, u"rb-invoices"_s);
+            running = status(&exitCode);
+            const QJsonObject robot = liveRobot(running, u"rb-invoices"_s);
             return robot.value(u"state"_s) == u"connected"_s && robot.value(u"unread"_s).isDouble();
         },
         60000);
-    QVERIFY2(connected, QJsonDocument(last).toJson().constData());
-    int exitCode = -1;
-    const QJsonObject running = status(&exitCode);
+    QVERIFY2(connected, QJsonDocument(running).toJson().constData());
     QCOMPARE(exitCode, 0);
     QCOMPARE(running.value(u"running"_s).toBool(), true);
     const QJsonObject reports = liveRobot(running, u"rb-reports"_s);
