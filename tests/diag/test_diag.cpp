@@ -29,9 +29,8 @@ QMap<QString, QByteArray> unpack(const QString& path)
         while (archive_read_next_header(zip, &entry) == ARCHIVE_OK) {
             QByteArray data;
             char buffer[64 * 1024];
-            for (la_ssize_t n; (n = archive_read_data(zip, buffer, sizeof buffer)) > 0;) {
+            for (la_ssize_t n; (n = archive_read_data(zip, buffer, sizeof buffer)) > 0;)
                 data.append(buffer, n);
-            }
             entries.insert(QString::fromUtf8(archive_entry_pathname_utf8(entry)), data);
         }
     }
@@ -71,17 +70,9 @@ private slots:
     void bundleHoldsNoSecret()
     {
         QFETCH(bool, hideIdentities);
-        const QString home = oxmerelHome();
         QVERIFY(writeFile(credentialsYamlPath(),
-            "credentials:\n"
-            "  acme.oxmerel.cloud:\n"
-            "    identity: ada@example.com\n"
-            "    password: "
-                + base64("Pw-acme-7781!")
-                + "\n"
-                  "    connected_at: 2025-04-10T12:34:56.789Z\n"
-                  "    robots: [rb-invoices]\n"
-                  "    vaults: {v1: Vault-sec-4411, v2: \"Vault sec two 9090\"}\n"
+            acmeCredentials
+                + "    vaults: {v1: Vault-sec-4411, v2: \"Vault sec two 9090\"}\n"
                   "    refresh_token: Rt-opaque-5150\n"
                   "  globex.oxmerel.cloud: {identity: bob@globex.test, password: "
                 + base64("Globex-pass-3322") + ", robots: []}\n"));
@@ -104,23 +95,20 @@ private slots:
         secrets += { QString::fromLatin1(base64("Pw-acme-7781!")), QString::fromLatin1(base64("Legacy-pw-6060")) };
         const QStringList identities { u"acme.oxmerel.cloud"_s, u"ada@example.com"_s, u"globex.oxmerel.cloud"_s,
             u"bob@globex.test"_s, u"legacy.oxmerel.cloud"_s, u"old@example.com"_s };
-        if (hideIdentities) {
+        if (hideIdentities)
             secrets += identities;
-        }
 
         const QString zip = QDir::homePath() + u"/bundle.zip"_s;
         QStringList arguments { u"bundle"_s, u"-o"_s, zip };
-        if (hideIdentities) {
+        if (hideIdentities)
             arguments << u"--hide-identities"_s;
-        }
         const auto result = runDiag(arguments);
         QVERIFY2(result.exitCode == 0, result.err.constData());
         const QMap<QString, QByteArray> entries = unpack(zip);
         QVERIFY(entries.contains(u"MANIFEST.txt"_s));
         for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry) {
-            for (const QString& secret : std::as_const(secrets)) {
+            for (const QString& secret : std::as_const(secrets))
                 QVERIFY2(!entry->contains(secret.toUtf8()), qPrintable(entry.key() + u" holds "_s + secret));
-            }
         }
         // The structure and what is no secret stay.
         const QByteArray credentials = entries.value(u"credentials.yaml"_s);
@@ -190,9 +178,8 @@ private slots:
 
         const auto result = runDiag(arguments);
         QCOMPARE(result.exitCode, exitCode);
-        for (const QString& text : std::as_const(expected)) {
+        for (const QString& text : std::as_const(expected))
             QVERIFY2(result.out.contains(text.toUtf8()), qPrintable(text));
-        }
         QVERIFY(!result.out.contains(base64("Pw-acme-7781!")));
     }
 };

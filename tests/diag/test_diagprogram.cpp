@@ -26,9 +26,8 @@ QJsonObject liveRobot(const QJsonObject& status, const QString& id)
     for (const QJsonValue& ws : workspaces) {
         const QJsonArray robots = ws.toObject().value(u"robots"_s).toArray();
         for (const QJsonValue& robot : robots) {
-            if (robot.toObject().value(u"id"_s).toString() == id) {
+            if (robot.toObject().value(u"id"_s).toString() == id)
                 return robot.toObject();
-            }
         }
     }
     return {};
@@ -40,15 +39,13 @@ QByteArray exchange(const QByteArray& request)
 {
     QLocalSocket socket;
     socket.connectToServer(statusSocketName());
-    if (!socket.waitForConnected(5000)) {
+    if (!socket.waitForConnected(5000))
         return "(no connection)";
-    }
     socket.write(request);
     socket.waitForBytesWritten(5000);
     QByteArray answer;
-    while (socket.state() == QLocalSocket::ConnectedState && socket.waitForReadyRead(10000)) {
+    while (socket.state() == QLocalSocket::ConnectedState && socket.waitForReadyRead(10000))
         answer += socket.readAll();
-    }
     answer += socket.readAll();
     return socket.state() == QLocalSocket::ConnectedState ? QByteArray("(open)") : answer;
 }
@@ -89,26 +86,24 @@ void TestDiagProgram::initTestCase()
 QJsonObject TestDiagProgram::status(int* exitCode)
 {
     const auto result = runDiag({ u"status"_s, u"--json"_s });
-    if (exitCode) {
+    if (exitCode)
         *exitCode = result.exitCode;
-    }
     return QJsonDocument::fromJson(result.out).object();
 }
 
 void TestDiagProgram::statusOfRunningProgram()
 {
     // The remembered robot reconnects at start. Its log is the one on screen, so its lines count as read.
-    QJsonObject last;
+    int exitCode = -1;
+    QJsonObject running;
     const bool connected = QTest::qWaitFor(
         [&] {
-            last = status();
-            const QJsonObject robot = liveRobot(last, u"rb-invoices"_s);
+            running = status(&exitCode);
+            const QJsonObject robot = liveRobot(running, u"rb-invoices"_s);
             return robot.value(u"state"_s) == u"connected"_s && robot.value(u"unread"_s).isDouble();
         },
         60000);
-    QVERIFY2(connected, QJsonDocument(last).toJson().constData());
-    int exitCode = -1;
-    const QJsonObject running = status(&exitCode);
+    QVERIFY2(connected, QJsonDocument(running).toJson().constData());
     QCOMPARE(exitCode, 0);
     QCOMPARE(running.value(u"running"_s).toBool(), true);
     const QJsonObject reports = liveRobot(running, u"rb-reports"_s);

@@ -1,22 +1,12 @@
 #include "simrig.h"
 
-#include "paths.h"
-#include "qloadingbutton.h"
 #include "recordtypes.h"
-#include "tempfiles.h"
-#include "treeitem.h"
-#include "treewidget.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QTest>
-#include <QTreeWidgetItem>
 #include <QVariant>
 
 #include <csignal>

@@ -1,11 +1,25 @@
 #pragma once
 
+// Also the headers every window test reads the window through.
 #include "connectdialog.h"
+#include "logview.h"
+#include "paths.h"
 #include "processes.h"
+#include "qloadingbutton.h"
 #include "session.h"
+#include "tempfiles.h"
+#include "treeitem.h"
+#include "treewidget.h"
 #include "workspace.h"
 
+#include <QAction>
+#include <QApplication>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QTemporaryDir>
+#include <QTest>
+#include <QTextBlock>
+#include <QTreeWidgetItem>
 
 #include <memory>
 #include <vector>

@@ -1,26 +1,43 @@
 // A workspace's life in the window against the runtime simulator: the window and the auto-start flag, sign-in by
-// typing and from the file, refusals and failures, listings, "Remove", "Sign Out" and the program's quit.
+// typing and from the file, refusals and failures, listings, a robot's connection from its row with its options and
+// lock mode, a runtime that exits on its own, "Remove", "Sign Out" and the program's quit.
+#include "credentialsstore.h"
 #include "launchoptions.h"
-#include "logview.h"
-#include "paths.h"
-#include "qloadingbutton.h"
+#include "prochandler.h"
 #include "simrig.h"
-#include "tempfiles.h"
-#include "treeitem.h"
-#include "treewidget.h"
+#include "yamlconvert.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QLineEdit>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QTest>
+#include <QCheckBox>
+#include <QDesktopServices>
+#include <QDir>
+#include <QFile>
+#include <QPointer>
 #include <QTimer>
-#include <QTreeWidgetItem>
+#include <QUrl>
+
+namespace {
+
+const QString r1 = QStringLiteral("r1");
+const QString r2 = QStringLiteral("r2");
+
+void verifyIdleRow(Workspace* ws)
+{
+    TreeItem* row = rowOf(ws, r1);
+    QVERIFY(!ws->sessions.contains(r1));
+    QCOMPARE(row->nameLabel->palette().color(QPalette::WindowText), QColor(0x8e9297));
+    QCOMPARE(rowItem(ws, r1)->foreground(0).color(), QColor(0xFF0000));
+    QVERIFY(row->connectAct->isEnabled() && !row->disconnectAct->isEnabled());
+}
+
+} // namespace
 
 class TestWorkspaces final : public QObject
 {
     Q_OBJECT
+
+public slots:
+    // Catches what the window asks the desktop to open.
+    void openUrl(const QUrl& url) { openedUrls.append(url); }
 
 private slots:
     void init() { rig = std::make_unique<SimRig>(); }
@@ -28,16 +45,16 @@ private slots:
     void autoStartIsTheExactFirstArgument();
     void bareLabelAndEnterSignInExactlyOnce();
     void twoFailuresShowOneMessage();
-    void rememberedRobotsReconnectWithTheirIds();
     void listingsHideRowsAndNeverDuplicate();
     void removeAsksThenDeletesTheWholeEntry();
-    void signOutKeepsTheFileAndRefillsTheForm();
-    void signOutWhileARobotsLogIsOnScreen();
+    void robotFromConnectToSignOut();
+    void robotWhoseRuntimeExitsEndsIdleAndForgotten();
     // Last: its fallback timer outlives it.
     void quitStopsEveryRuntimeAndKeepsTheFile();
 
 private:
     std::unique_ptr<SimRig> rig;
+    QList<QUrl> openedUrls;
 };
 
 void TestWorkspaces::autoStartIsTheExactFirstArgument()
@@ -110,15 +127,6 @@ void TestWorkspaces::twoFailuresShowOneMessage()
     QCOMPARE(messages, 1);
 }
 
-void TestWorkspaces::rememberedRobotsReconnectWithTheirIds()
-{
-    Workspace* acme = rig->signIn(QStringLiteral("[r2]"));
-    QVERIFY(acme);
-    QTRY_COMPARE(rig->runners().value(1).input, QStringList({ testPassword, QStringLiteral("r2") }));
-    QTRY_VERIFY(isConnected(acme, QStringLiteral("r2")));
-    QCOMPARE(rig->agents().size(), 1);
-}
-
 void TestWorkspaces::listingsHideRowsAndNeverDuplicate()
 {
     const QString a = QStringLiteral("a");
@@ -158,37 +166,87 @@ void TestWorkspaces::removeAsksThenDeletesTheWholeEntry()
     QVERIFY(credentialsText().contains(QStringLiteral("extra: kept")));
 }
 
-void TestWorkspaces::signOutKeepsTheFileAndRefillsTheForm()
-{
-    Workspace* acme = rig->signIn();
-    QVERIFY(acme);
-    acme->signOutAction->trigger();
-    QCOMPARE(credentialsText(), credentialsFile(QStringLiteral("[]")));
-    const Session* form = rig->current()->sessions.value(QString());
-    QCOMPARE(form->workspaceEdit->text(), testWorkspace);
-    QCOMPARE(form->identityEdit->text(), testIdentity);
-    QCOMPARE(form->passwordEdit->text(), testPassword);
-}
-
-void TestWorkspaces::signOutWhileARobotsLogIsOnScreen()
+void TestWorkspaces::robotFromConnectToSignOut()
 {
     Workspace* ws = rig->signIn();
     QVERIFY(ws);
-    rowOf(ws, QStringLiteral("r1"))->connectAct->trigger();
-    QTRY_VERIFY(isConnected(ws, QStringLiteral("r1")));
-    const qint64 runner = rig->runners().at(1).pid;
-    QCOMPARE(rig->shownPage(), ws->sessions.value(QStringLiteral("r1"))->page);
+    // Lock mode on an idle robot only marks it.
+    openRobot(ws, r2);
+    rowOf(ws, r2)->lockAct->trigger();
+    QVERIFY(QFile::exists(robotLocksDir() + QStringLiteral("/r2.lock")));
+    QVERIFY(!rowOf(ws, r2)->lockLabel->isHidden());
+    QVERIFY(!QApplication::activeModalWidget());
 
-    // The robot is disconnected and its page goes with the workspace; its runtime's last reports reach nothing.
-    ws->signOutAction->trigger();
+    Session* s = openRobot(ws, r1);
+    // The options are read when the runtime starts; they live with the connection, so a restart starts afresh.
+    QTest::mouseClick(s->sendCrashDumpBox, Qt::LeftButton);
+    QTest::mouseClick(s->noDesignerAttachBox, Qt::LeftButton);
+    TreeItem* row = rowOf(ws, r1);
+    row->connectAct->trigger();
+    QTRY_VERIFY(isConnected(ws, r1));
+    const qint64 firstRunner = rig->runners().at(1).pid;
+    QCOMPARE(rig->runners().at(1).argv.mid(6), QStringList({ QStringLiteral("--remember"), QStringLiteral("-n") }));
+    QCOMPARE(row->nameLabel->palette().color(QPalette::WindowText), QColor(0xffffff));
+
+    // Lock mode on a connected robot asks, then restarts its runtime.
+    row->lockAct->trigger();
+    QVERIFY(answerModal(QStringLiteral("Yes")).contains(QStringLiteral("Do you want to restart now?")));
+    QTRY_COMPARE(rig->runners().size(), 3);
+    QCOMPARE(rig->runners().at(2).argv.mid(6),
+        QStringList({ QStringLiteral("--remember"), QStringLiteral("--lock"), QStringLiteral("-s") }));
+    QTRY_VERIFY(!alive(firstRunner));
+    QTRY_VERIFY(isConnected(ws, r1));
+
+    const qint64 runner = rig->runners().at(2).pid;
+    const QPointer<ProcHandler> handler = ws->sessions.value(r1)->runner;
+    row->disconnectAct->trigger();
+    verifyIdleRow(ws);
     QTRY_VERIFY(!alive(runner));
+    // Freed with its connection, although the robot's page is still on screen.
+    QTRY_VERIFY(!handler);
+    QCOMPARE(rig->runners().size(), 3);
+
+    // The session is gone, but "Logs" still opens the folder named by the workspace's and the robot's names.
+    QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openUrl");
+    row->logsAct->trigger();
+    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+    const QString folder = QDir::homePath() + QStringLiteral("/AppData/Local/Oxmerel/logs/Acme/Invoices");
+    QCOMPARE(openedUrls, QList<QUrl>({ QUrl::fromLocalFile(folder) }));
+
+    // Connected again, its log on screen, until its workspace is signed out.
+    row->connectAct->trigger();
+    QTRY_VERIFY(isConnected(ws, r1));
+    const qint64 again = rig->runners().at(3).pid;
+    QCOMPARE(rig->shownPage(), ws->sessions.value(r1)->page);
+
+    // The robot is disconnected and its page goes with the workspace; its runtime's last reports reach nothing. The
+    // file keeps the entry, secrets and all, and the form is filled from it.
+    ws->signOutAction->trigger();
+    QTRY_VERIFY(!alive(again));
+    QVERIFY(credentialsText().contains(testIdentity) && credentialsText().contains(QStringLiteral("kept-secret")));
     Workspace* fresh = rig->current();
     Session* form = fresh->sessions.value(QString());
     QCOMPARE(rig->shownPage(), form->page);
     QVERIFY(form->page->isVisible());
+    QCOMPARE(QStringList({ form->workspaceEdit->text(), form->identityEdit->text(), form->passwordEdit->text() }),
+        QStringList({ testWorkspace, testIdentity, testPassword }));
     // The window goes on working: one click signs in again (the name is free) and lists the robots.
     QTest::mouseClick(form->signInButton, Qt::LeftButton);
-    QTRY_VERIFY(rowOf(fresh, QStringLiteral("r1")));
+    QTRY_VERIFY(rowOf(fresh, r1));
+}
+
+void TestWorkspaces::robotWhoseRuntimeExitsEndsIdleAndForgotten()
+{
+    rig->useScenario(signInScenario(QStringLiteral("sleep 3000\nexit 3")));
+    Workspace* ws = rig->signIn(QStringLiteral("[r1]"));
+    QVERIFY(ws);
+    QTRY_VERIFY(isConnected(ws, r1));
+    QTRY_VERIFY(!ws->sessions.contains(r1));
+    verifyIdleRow(ws);
+    // Only this robot leaves the file; the other entry keeps its own.
+    const YAML::Node entries = loadCredentials()["credentials"];
+    QCOMPARE(entries[testWorkspace]["robots"].as<QStringList>(), QStringList());
+    QCOMPARE(entries[QStringLiteral("globex.oxmerel.cloud")]["robots"].as<QStringList>(), QStringList({ r1 }));
 }
 
 void TestWorkspaces::quitStopsEveryRuntimeAndKeepsTheFile()
@@ -196,8 +254,12 @@ void TestWorkspaces::quitStopsEveryRuntimeAndKeepsTheFile()
     Workspace* acme = rig->signIn(QStringLiteral("[r1, r2]"));
     QVERIFY(acme);
     QTRY_VERIFY(isConnected(acme, QStringLiteral("r1")) && isConnected(acme, QStringLiteral("r2")));
+    // Each remembered robot reconnects with its own runner, which is given the robot's id; one agent serves them all.
     const QList<SimStart> runtimes = rig->runners() + rig->agents();
     QCOMPARE(runtimes.size(), 4);
+    QStringList chosen { rig->runners().at(1).input.value(1), rig->runners().at(2).input.value(1) };
+    chosen.sort();
+    QCOMPARE(chosen, QStringList({ QStringLiteral("r1"), QStringLiteral("r2") }));
 
     // exit() ends the event loop it runs in; the fallback timer only ends a loop that exit() failed to end.
     QTimer::singleShot(0, rig->dialog(), [this] { rig->exit(); });
