@@ -6,15 +6,8 @@ program=$1
 shots=$2
 mkdir -p "$shots"
 
-work=$(mktemp -d "${TMPDIR:-/tmp}/demo.XXXXXX")
-
-pids=()
-cleanup() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
-    rm -rf "$work"
-}
-trap cleanup EXIT
+source "$(dirname "${BASH_SOURCE[0]}")/./private-desktop.sh"
+make_scratch demo
 
 source "$(dirname "${BASH_SOURCE[0]}")/private-desktop.sh"
 start_private_display "$work"

@@ -30,3 +30,20 @@ start_tray_host() {
         sleep 0.05
     done
 }
+
+# Makes the folder $work (named after prefix) and, for when the script exits, ends the process groups in `groups` and
+# the processes in `pids`, by id, and removes the folder.
+make_scratch() { # prefix
+    work=$(mktemp -d "${TMPDIR:-/tmp}/$1.XXXXXX")
+    pids=()
+    groups=()
+    trap end_scratch EXIT
+}
+
+end_scratch() {
+    local group pid
+    for group in "${groups[@]}"; do kill -KILL -- "-$group" 2>/dev/null || true; done
+    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+    for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
+    rm -rf "$work"
+}

@@ -10,15 +10,9 @@ set -euo pipefail
 build=$(cd "$1" && pwd)
 megabytes=${2:-200}
 diag="$build/bin/oxmerel-connect-diag"
-work=$(mktemp -d "${TMPDIR:-/tmp}/diagbench.XXXXXX")
+source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/private-desktop.sh"
+make_scratch diagbench
 
-pids=()
-cleanup() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
-    rm -rf "$work"
-}
-trap cleanup EXIT
 # The program's status socket and single-instance files go with the rest, even though the program is killed.
 export TMPDIR="$work"
 
@@ -59,7 +53,6 @@ awk -v s="$seconds" -v k="$kib" -v z="$(stat -c %s "$work/bundle.zip")" \
     'BEGIN { printf "bundle: %.2f s, peak resident memory %.1f MiB, zip %.1f MiB\n", s, k / 1024, z / 1048576 }'
 
 # The status socket of the running program.
-source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/private-desktop.sh"
 start_private_display "$work"
 start_tray_host
 export PATH="$build/sim:$PATH"

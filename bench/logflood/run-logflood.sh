@@ -17,17 +17,9 @@ view=${4:-all}
 sim="$build/sim"
 tray="$build/bin/oxmerel-tray"
 minimal="$build/bin/minimal_logview"
-work=$(mktemp -d "${TMPDIR:-/tmp}/logflood.XXXXXX")
-
-pids=()
-cleanup() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
-    rm -rf "$work"
-}
-trap cleanup EXIT
-
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/private-desktop.sh"
+make_scratch logflood
+
 start_private_display "$work"
 start_tray_host
 

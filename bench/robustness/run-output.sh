@@ -14,17 +14,9 @@ build=$(cd "$1" && pwd)
 cycles=${2:-1000}
 sim="$build/sim"
 tray="$build/bin/oxmerel-tray"
-work=$(mktemp -d "${TMPDIR:-/tmp}/output.XXXXXX")
-
-pids=()
-cleanup() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
-    rm -rf "$work"
-}
-trap cleanup EXIT
-
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/private-desktop.sh"
+make_scratch output
+
 start_private_display "$work"
 start_tray_host
 

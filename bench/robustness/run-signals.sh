@@ -10,19 +10,9 @@ set -uo pipefail
 # Job control, so that the program is not started with SIGINT ignored as a script's background commands are.
 set -m
 build=$(cd "$1" && pwd)
-work=$(mktemp -d "${TMPDIR:-/tmp}/signals.XXXXXX")
-
-pids=()
-groups=()
-cleanup() {
-    for group in "${groups[@]}"; do kill -KILL -- "-$group" 2>/dev/null || true; done
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
-    rm -rf "$work"
-}
-trap cleanup EXIT
-
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/private-desktop.sh"
+make_scratch signals
+
 start_private_display "$work" || exit 1
 start_tray_host
 

@@ -12,19 +12,11 @@ build=$(cd "$1" && pwd)
 runs=${2:-7}
 program=${3:-$build/bin/oxmerel-tray}
 probe="$build/bin/startup_probe"
-work=$(mktemp -d "${TMPDIR:-/tmp}/startup.XXXXXX")
+source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/private-desktop.sh"
+make_scratch startup
 # The single-instance guard lives in the temporary folder: a folder of our own keeps other runs of the program apart.
 export TMPDIR="$work"
 
-pids=()
-cleanup() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
-    rm -rf "$work"
-}
-trap cleanup EXIT
-
-source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/private-desktop.sh"
 source "$(dirname "${BASH_SOURCE[0]}")/robots-home.sh"
 start_private_display "$work"
 export XDG_RUNTIME_DIR="$work/runtime"
