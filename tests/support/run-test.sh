@@ -14,6 +14,10 @@ export HOME="$home"
 export XDG_CONFIG_HOME="$home/.config"
 export XDG_RUNTIME_DIR="$home/.runtime"
 mkdir -p "$XDG_RUNTIME_DIR" && chmod 700 "$XDG_RUNTIME_DIR"
+# The program keeps its single-instance guard and status socket in the temporary folder: one of the test's own keeps
+# them apart from other runs and goes with the test, even when the test kills the program.
+export TMPDIR="$home/tmp"
+mkdir -p "$TMPDIR"
 
 pids=()
 cleanup() {
