@@ -2,6 +2,7 @@
 #include "connectdialog.h"
 #include "ui_connectdialog.h"
 
+#include "darkscrollbars.h"
 #include "qbutton.h"
 #include "robotinfo.h"
 #include "session.h"
@@ -91,6 +92,7 @@ Workspace* ConnectDialog::addConnect(int insertIndex)
     ws->layout->setContentsMargins(0, 0, 0, 0);
     ws->tree = new TreeWidget();
     ws->tree->setDragEnabled(false);
+    styleScrollBars(ws->tree);
 
     auto* root = new QTreeWidgetItem(ws->tree);
     root->setFlags(root->flags() ^ Qt::ItemIsSelectable);

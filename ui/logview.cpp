@@ -1,5 +1,6 @@
 #include "logview.h"
 
+#include "darkscrollbars.h"
 #include "logappender.h"
 
 #include <QAccessible>
@@ -22,14 +23,6 @@ namespace {
 
 const QString logViewStyle = QStringLiteral("font-size: 1.1em; background-color: #36393f; color: #fff; margin: 0px; "
                                             "padding: 8px; selection-background-color: #c0cdda; border: 0; ");
-// Set on the scroll bars themselves, so that the view keeps its own sheet as it is.
-const QString scrollBarStyle
-    = QStringLiteral("QScrollBar:vertical{background: #2f3136; width: 10px; margin: 0; padding: 0; border: 0;} "
-                     "QScrollBar:horizontal{background: #2f3136; height: 10px; margin: 0; padding: 0; border: 0;} "
-                     "QScrollBar::handle:vertical{background: #4f545c; min-height: 24px; border-radius: 4px;} "
-                     "QScrollBar::handle:horizontal{background: #4f545c; min-width: 24px; border-radius: 4px;} "
-                     "QScrollBar::add-line, QScrollBar::sub-line{width: 0; height: 0; border: 0; background: none;} "
-                     "QScrollBar::add-page, QScrollBar::sub-page{background: none;}");
 // Both overlays sit on the view, whose own sheet would otherwise reach them.
 const QString hintStyle = QStringLiteral("QPushButton{background-color: #45bf6c; color: #fff; border: 0; "
                                          "border-radius: 10px; padding: 2px 10px; margin: 0; font-size: 1em;}");
@@ -50,8 +43,7 @@ LogView::LogView(int maxLines)
     setMaximumBlockCount(maxLines);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     setStyleSheet(logViewStyle);
-    verticalScrollBar()->setStyleSheet(scrollBarStyle);
-    horizontalScrollBar()->setStyleSheet(scrollBarStyle);
+    styleScrollBars(this);
 
     hint->setFocusPolicy(Qt::NoFocus);
     hint->setCursor(Qt::PointingHandCursor);

@@ -10,31 +10,9 @@ mode=${2:-plain}
 program=${3:-$build/bin/oxmerel-tray}
 out=${4:-}
 settle=40
-work=$(mktemp -d "${TMPDIR:-/tmp}/callgrind.XXXXXX")
-# The single-instance guard lives in the temporary folder: a folder of our own keeps other runs of the program apart.
-export TMPDIR="$work"
-
-pids=()
-cleanup() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
-    rm -rf "$work"
-}
-trap cleanup EXIT
-
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/private-desktop.sh"
 source "$(dirname "${BASH_SOURCE[0]}")/robots-home.sh"
-start_private_display "$work"
-start_tray_host
-export HOME="$work/home" XDG_CONFIG_HOME="$work/home/.config" XDG_RUNTIME_DIR="$work/runtime"
-mkdir -p "$HOME" && mkdir -m 700 "$XDG_RUNTIME_DIR"
-
-arguments=()
-if [ "$mode" = robots ]; then
-    write_robots_home "$HOME" "$work/scenario"
-    export PATH="$build/sim:$PATH" OXMEREL_SIM_SCENARIO="$work/scenario"
-    arguments=(--auto-start)
-fi
+prepare_start callgrind "$mode" "$build"
 
 valgrind --tool=callgrind --callgrind-out-file="$work/callgrind.out" "$program" "${arguments[@]}" 2>"$work/valgrind.log" &
 app=$!

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Saves a screenshot of the program's main window 3 s after start, on a private X server with a tray host and a fresh
-# HOME (with "robots", after a click on the first workspace that shows its robots tree), so that start-up work can be changed without changing what the user sees: compare two builds' shots with
+# HOME (with "robots", after a click on the first workspace that shows its robots tree), so that start-up work can be
+# changed without changing what the user sees: compare two builds' shots with
 # `compare -metric AE before.png after.png null:` (0 = pixel-identical). With "robots" the start has three signed-in
 # workspaces of 50 robots each, as in run-startup.sh.
 # Usage: first-frame.sh <build dir> <output.png> [plain|robots] [program]
@@ -9,31 +10,9 @@ build=$(cd "$1" && pwd)
 shot=$(realpath -m "$2")
 mode=${3:-plain}
 program=${4:-$build/bin/oxmerel-tray}
-work=$(mktemp -d "${TMPDIR:-/tmp}/frame.XXXXXX")
-# The single-instance guard lives in the temporary folder: a folder of our own keeps other runs of the program apart.
-export TMPDIR="$work"
-
-pids=()
-cleanup() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
-    rm -rf "$work"
-}
-trap cleanup EXIT
-
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/private-desktop.sh"
 source "$(dirname "${BASH_SOURCE[0]}")/robots-home.sh"
-start_private_display "$work"
-start_tray_host
-export HOME="$work/home" XDG_CONFIG_HOME="$work/home/.config" XDG_RUNTIME_DIR="$work/runtime"
-mkdir -p "$HOME" && mkdir -m 700 "$XDG_RUNTIME_DIR"
-
-arguments=()
-if [ "$mode" = robots ]; then
-    write_robots_home "$HOME" "$work/scenario"
-    export PATH="$build/sim:$PATH" OXMEREL_SIM_SCENARIO="$work/scenario"
-    arguments=(--auto-start)
-fi
+prepare_start frame "$mode" "$build"
 
 "$program" "${arguments[@]}" &
 app=$!
