@@ -40,8 +40,11 @@ ProgramDriver::ProgramDriver(const QStringList& arguments)
 
 ProgramDriver::~ProgramDriver()
 {
-    if (running()) {
-        kill(SIGKILL);
+    // Ended as a log-off would, so that it stops its runtimes and writes what it writes at exit; killed if it hangs.
+    for (const int signal : { SIGTERM, SIGKILL }) {
+        if (!running())
+            return;
+        kill(signal);
         process.waitForFinished(5000);
     }
 }

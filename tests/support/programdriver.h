@@ -9,7 +9,7 @@
 namespace testsupport {
 
 // One run of the real program (OXMEREL_TRAY_BIN) on the test's X display, driven from outside with xdotool and
-// xwininfo as a user would. Every wait is bounded; the destructor kills the program, by pid, if it still runs.
+// xwininfo as a user would. Every wait is bounded; the destructor ends the program, by pid, if it still runs.
 class ProgramDriver
 {
 public:
