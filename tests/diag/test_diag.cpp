@@ -163,8 +163,15 @@ private slots:
                               << QStringList { u"\"running\": false"_s, u"\"rb-reports\""_s };
         QTest::newRow("malformed credentials")
             << QByteArray("credentials: {a: [") << QStringList { u"status"_s } << 2 << QStringList {};
-        QTest::newRow("bad usage") << acmeCredentials << QStringList { u"status"_s, u"--days"_s, u"3"_s } << 2
-                                   << QStringList {};
+        const QList<QStringList> badUsages = { {}, { u"frobnicate"_s }, { u"status"_s, u"--days"_s, u"3"_s },
+            { u"bundle"_s, u"--days"_s, u"x"_s }, { u"bundle"_s, u"-o"_s }, { u"bundle"_s, u"--dry-run=1"_s } };
+        for (const QStringList& usage : badUsages)
+            QTest::newRow(qPrintable(u"bad usage: "_s + usage.join(' '_L1)))
+                << acmeCredentials << usage << 2 << QStringList {};
+        QTest::newRow("help") << acmeCredentials << QStringList { u"--help"_s } << 0
+                              << QStringList { u"bundle [-o FILE.zip] [--days N] [--dry-run]"_s, u"status [--json]"_s };
+        QTest::newRow("version") << acmeCredentials << QStringList { u"--version"_s } << 0
+                                 << QStringList { u"v25.4.2"_s };
     }
 
     void statusOfStoppedProgram()
