@@ -4,6 +4,7 @@
 
 #include <QMetaType>
 #include <QModelIndex>
+#include <QStringList>
 
 #include <memory>
 
@@ -48,6 +49,11 @@ struct Session {
     QCheckBox* sendCrashDumpBox = nullptr;
     QCheckBox* noDesignerAttachBox = nullptr;
     LogAppender* logQueue = nullptr;
+    // Whether the page shows the log pane rather than a form, and the lines (with their levels) that came before it
+    // was built.
+    bool showsLog = false;
+    QStringList earlyLines;
+    QStringList earlyLevels;
 };
 
 Q_DECLARE_METATYPE(Session*)

@@ -13,6 +13,7 @@
 
 #include <functional>
 
+class LogView;
 class QLineEdit;
 class QTreeWidgetItem;
 class QVBoxLayout;
@@ -114,7 +115,11 @@ private:
     void releaseHandlers(Session* s);
 
     // connectdialog_logs.cpp
-    void buildLogPane(Session* s);
+    // The log pane is built when it first comes on screen (or something needs its view); until then lines wait in
+    // the session, bounded as the view is.
+    void showLogPane(Session* s);
+    void revealLogPane(Session* s);
+    LogView* logPane(Session* s);
     void searchLog(Session* s, bool backward);
     static void openLogFolder(const QString& workspaceName, const QString& robotName);
 

@@ -28,8 +28,25 @@ constexpr int maxLogLines = 8192;
 
 } // namespace
 
-void ConnectDialog::buildLogPane(Session* s)
+void ConnectDialog::showLogPane(Session* s)
 {
+    showPageContent(s, nullptr);
+    s->showsLog = true;
+    revealLogPane(s);
+}
+
+void ConnectDialog::revealLogPane(Session* s)
+{
+    if (s->showsLog && s->page == shownPage) {
+        logPane(s);
+        s->logPage->show();
+    }
+}
+
+LogView* ConnectDialog::logPane(Session* s)
+{
+    if (s->logView)
+        return s->logView;
     s->logView = new LogView(maxLogLines);
     s->logView->setFont(regularFont);
     s->logView->setAccessibleName(tr("Log of %1").arg(s->robot->name));
@@ -54,7 +71,21 @@ void ConnectDialog::buildLogPane(Session* s)
     column->addWidget(toolBar);
     column->addWidget(s->logView);
     s->logView->addShortcutsTo(s->logPage);
-    s->page->layout()->addWidget(s->logPage);
+    // In its place between the sign-in form and the robot's page, as if built with them.
+    auto* pageColumn = static_cast<QVBoxLayout*>(s->page->layout());
+    pageColumn->insertWidget(pageColumn->indexOf(s->offlineWidget), s->logPage);
+    s->logPage->setVisible(s->showsLog && s->page == shownPage);
+
+    if (!s->earlyLines.isEmpty()) {
+        QList<LogView::Severity> severities;
+        severities.reserve(s->earlyLevels.size());
+        for (const QString& level : std::as_const(s->earlyLevels))
+            severities.append(LogView::severityOf(level));
+        s->logView->appendLines(s->earlyLines, severities);
+        s->earlyLines.clear();
+        s->earlyLevels.clear();
+    }
+    return s->logView;
 }
 
 void ConnectDialog::receivedLog(Session* s, QString time, QString level, QString msg)
@@ -78,8 +109,16 @@ void ConnectDialog::receivedLog(Session* s, QString time, QString level, QString
         row->addUnread(1);
     }
 
-    if (s->logQueue)
+    if (s->logQueue) {
         s->logQueue->append(LogLine::text(time, level, msg), LogView::severityOf(level));
+        return;
+    }
+    s->earlyLines.append(LogLine::text(time, level, msg));
+    s->earlyLevels.append(level);
+    if (s->earlyLines.size() > maxLogLines) {
+        s->earlyLines.removeFirst();
+        s->earlyLevels.removeFirst();
+    }
 }
 
 void ConnectDialog::searchLog(Session* s, bool backward)
@@ -101,7 +140,11 @@ void ConnectDialog::searchLog(Session* s, bool backward)
 
 void ConnectDialog::doClearLogs(Session* s)
 {
-    if (!s || !s->logView)
+    if (!s)
+        return;
+    s->earlyLines.clear();
+    s->earlyLevels.clear();
+    if (!s->logView)
         return;
     s->logQueue->discard();
     s->logView->clear();

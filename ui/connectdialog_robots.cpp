@@ -132,7 +132,7 @@ void ConnectDialog::doConnectRobot(Session* s, QString id, QModelIndex index)
         ws->robots.append(id);
     }
 
-    showPageContent(robotSession, robotSession->logPage);
+    showLogPane(robotSession);
     if (ws == currentWorkspace)
         showSessionPage(ws, robotSession);
 }

@@ -91,7 +91,6 @@ Session* ConnectDialog::createSession(Workspace* ws, RobotInfo* robot, const QMo
     s->page->installEventFilter(new ReturnKeyGuard(s->page));
 
     buildSignInPane(s);
-    buildLogPane(s);
     buildRobotPage(s);
     showPageContent(s, s->robot->id.isEmpty() ? s->connectWidget : s->offlineWidget);
 
@@ -102,8 +101,11 @@ Session* ConnectDialog::createSession(Workspace* ws, RobotInfo* robot, const QMo
 
 void ConnectDialog::showPageContent(Session* s, QWidget* content)
 {
-    for (QWidget* part : { s->connectWidget, s->offlineWidget, s->logPage })
-        part->setVisible(part == content);
+    s->showsLog = false;
+    for (QWidget* part : { s->connectWidget, s->offlineWidget, s->logPage }) {
+        if (part)
+            part->setVisible(part == content);
+    }
 }
 
 void ConnectDialog::buildSignInPane(Session* s)

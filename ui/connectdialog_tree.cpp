@@ -352,6 +352,7 @@ void ConnectDialog::showSessionPage(Workspace* ws, Session* s)
     }
     shown->page->show();
     shownPage = shown->page;
+    revealLogPane(shown);
 }
 
 QTreeWidgetItem* ConnectDialog::robotRow(Workspace* ws, const QString& robotId) const

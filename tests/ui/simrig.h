@@ -76,9 +76,10 @@ public:
     Session* showLog(const QString& id)
     {
         Session* s = openRobot(d->currentWorkspace, id);
-        d->showPageContent(s, s->logPage);
+        d->showLogPane(s);
         return s;
     }
+    LogView* logView(Session* s) { return d->logPane(s); }
     void logLine(Session* s, const QString& msg, const QString& level = QStringLiteral("info"))
     {
         d->receivedLog(s, QStringLiteral("t"), level, msg);

@@ -120,7 +120,7 @@ void TestWorkspaces::twoFailuresShowOneMessage()
     QTest::mouseClick(s->signInButton, Qt::LeftButton);
     QTRY_VERIFY(answerModal().contains(QStringLiteral("Connection failed")));
     // Both failures were read (each leaves its log line) but only one message, a top-level window of its own, is up.
-    QTRY_COMPARE(s->logView->blockCount(), 2);
+    QTRY_COMPARE(rig->logView(s)->blockCount(), 2);
     int messages = 0;
     for (const QWidget* window : QApplication::topLevelWidgets())
         messages += window->isVisible() && window->inherits("MessageDialog") ? 1 : 0;
