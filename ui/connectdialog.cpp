@@ -27,11 +27,9 @@ ConnectDialog::ConnectDialog(QObject* tray)
     // child again.
     setAttribute(Qt::WA_TranslucentBackground);
     setWindowFlags(Qt::FramelessWindowHint);
+    // The form itself gives its panes their final sheets, each before the pane has children: a sheet set on a built
+    // pane restyles every widget under it.
     ui->setupUi(this);
-    // Likewise these sheets go on before the workspaces fill the panes they style.
-    ui->tabBarWidget->setStyleSheet(QStringLiteral("background-color: #32353b;"));
-    ui->scrollArea->setStyleSheet(QStringLiteral("QScrollArea{border: 0; background-color: #202225;}"));
-    ui->versionText->setStyleSheet(QStringLiteral("color: #777; padding: 0; margin: 0;"));
     shownTree = ui->treeView;
     shownPage = ui->ws_widget;
     if (tray)
