@@ -58,7 +58,6 @@ Tray::Tray()
     // Before the window, whose automatic start may already launch robots.
     connect(new QuitSignals(this), &QuitSignals::quitRequested, this, &Tray::quit);
     connectDialog = new ConnectDialog(this);
-    statusDialog = new StatusDialog(nullptr);
     (new StatusServer(connectDialog->workspaces(), connectDialog))->listen();
     connect(connectDialog, SIGNAL(connected(QString)), this, SLOT(connected(QString)));
 }
@@ -102,6 +101,9 @@ void Tray::quit()
 
 void Tray::getLogs()
 {
+    // Nothing shows the status dialog, so it is built only when its logs folder is first asked for.
+    if (!statusDialog)
+        statusDialog = new StatusDialog(nullptr);
     statusDialog->handleOpenLogs();
 }
 

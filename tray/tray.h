@@ -46,6 +46,6 @@ private:
     // The registry's Run key on Windows; the other desktops keep their auto-start entry elsewhere and leave it null.
     QSettings* runSettings;
     ConnectDialog* connectDialog;
-    StatusDialog* statusDialog;
+    StatusDialog* statusDialog = nullptr;
     bool quitting = false;
 };

@@ -91,8 +91,13 @@ Session* ConnectDialog::createSession(Workspace* ws, RobotInfo* robot, const QMo
     s->page->installEventFilter(new ReturnKeyGuard(s->page));
 
     buildSignInPane(s);
-    buildRobotPage(s);
-    showPageContent(s, s->robot->id.isEmpty() ? s->connectWidget : s->offlineWidget);
+    // A workspace's own session shows its "no robots connected" page only once signed in, so it is built then.
+    if (s->robot->id.isEmpty()) {
+        showPageContent(s, s->connectWidget);
+    } else {
+        buildRobotPage(s);
+        showPageContent(s, s->offlineWidget);
+    }
 
     s->page->hide();
     ui->inner_h_layout_2->addWidget(s->page);
@@ -314,8 +319,11 @@ void ConnectDialog::robotsListed(Session* session, QList<RobotInfo*> robots)
     if (ws == currentWorkspace)
         ui->btn_workspace_name->setText(ws->name);
     // Signed in: the form gives way to the "no robots connected" placeholder.
-    if (session->robot->id.isEmpty())
+    if (session->robot->id.isEmpty()) {
+        if (!session->offlineWidget)
+            buildRobotPage(session);
         showPageContent(session, session->offlineWidget);
+    }
 
     mergeListedRobots(ws, robots);
 
