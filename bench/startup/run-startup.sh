@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Start-up and idle benchmark. On a private X server with a tray host, starts in turn, each with a fresh HOME: the real
-# program with no workspace, the minimal Qt tray program (the floor: one tray icon, one frameless window), and the real
-# program with "--auto-start" and three signed-in workspaces whose runtimes (the simulator) list 50 robots each.
+# program with no workspace, the minimal Qt tray program (the floor: one tray icon, one frameless window), the real
+# program with "--auto-start" and three signed-in workspaces whose runtimes (the simulator) list 50 robots each, and the
+# floor showing one line of text (the text floor: what drawing any text at all costs on top of the floor).
 # startup_probe measures each (see there); the summary gives medians of the per-run ratios to the floor run beside it
 # (idle CPU as the difference), which a machine busy with other work disturbs less than the raw figures.
 # Goals: map <= 1.3x, RSS <= 1.10x, idle CPU <= floor + 0.1 ms/s; with 3x50 robots: shown within 300 ms of the
@@ -65,27 +66,32 @@ measure_robots() { # name
 # One unmeasured run each warms the disk cache.
 measure warm-tray "$program"
 measure warm-minimal "$build/bin/minimal_tray"
+measure warm-text "$build/bin/minimal_tray" --text
 echo "columns: map ms, tray icon ms, RSS kiB after 3 s, CPU ms to idle, idle CPU ms/s, [listing to shown ms]"
 for run in $(seq "$runs"); do
     measure tray "$program"
     measure minimal "$build/bin/minimal_tray"
     measure_robots robots
+    measure text "$build/bin/minimal_tray" --text
     echo "run $run: tray $(tail -n1 "$work/tray.txt") | minimal $(tail -n1 "$work/minimal.txt") |" \
-        "3x50 $(tail -n1 "$work/robots.txt")   load $(cut -d' ' -f1 /proc/loadavg)"
+        "3x50 $(tail -n1 "$work/robots.txt") | text $(tail -n1 "$work/text.txt")   load $(cut -d' ' -f1 /proc/loadavg)"
 done
 
-# Median over runs of an awk expression of one run's figures: t, m, r are the tray, minimal and 3x50 runs' fields.
+# Median over runs of an awk expression of one run's figures: t, m, r, x are the tray, minimal, 3x50 and text runs'
+# fields.
 median_of() { # expression
-    paste -d' ' "$work/tray.txt" "$work/minimal.txt" "$work/robots.txt" | awk -v n=5 "{
-        for (i = 1; i <= n; ++i) { t[i] = \$i; m[i] = \$(n + i) }
+    paste -d' ' "$work/tray.txt" "$work/minimal.txt" "$work/robots.txt" "$work/text.txt" | awk -v n=5 "{
+        for (i = 1; i <= n; ++i) { t[i] = \$i; m[i] = \$(n + i); x[i] = \$(3 * n + 1 + i) }
         for (i = 1; i <= n + 1; ++i) r[i] = \$(2 * n + i)
         print $1 }" | sort -g | awk '{ v[NR] = $1 } END { print (NR % 2) ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
 }
 
-printf '%-26s %10s %10s %10s %12s %12s\n' "median of $runs runs" oxmerel floor ratio "3x50 robots" "3x50 ratio"
+printf '%-26s %10s %10s %10s %12s %12s %10s %10s\n' "median of $runs runs" oxmerel floor ratio "3x50 robots" \
+    "3x50 ratio" "text floor" "text ratio"
 row() { # label field format goal
-    printf "%-26s %10.$3f %10.$3f %10.2f %12.$3f %12.2f   %s\n" "$1" "$(median_of "t[$2]")" "$(median_of "m[$2]")" \
-        "$(median_of "t[$2] / m[$2]")" "$(median_of "r[$2]")" "$(median_of "r[$2] / m[$2]")" "$4"
+    printf "%-26s %10.$3f %10.$3f %10.2f %12.$3f %12.2f %10.$3f %10.2f   %s\n" "$1" "$(median_of "t[$2]")" \
+        "$(median_of "m[$2]")" "$(median_of "t[$2] / m[$2]")" "$(median_of "r[$2]")" "$(median_of "r[$2] / m[$2]")" \
+        "$(median_of "x[$2]")" "$(median_of "x[$2] / m[$2]")" "$4"
 }
 row "map (ms)" 1 1 "goal: ratio <= 1.3"
 row "tray icon (ms)" 2 1 ""
