@@ -19,12 +19,7 @@ const QString testPassword = QStringLiteral("s3cret-pw");
 SimRig::SimRig()
 {
     registerRecordMetaTypes();
-    const QByteArray prefix = qgetenv("OXMEREL_SIM_DIR") + ':';
-    const QByteArray path = qgetenv("PATH");
-    if (!path.startsWith(prefix))
-        qputenv("PATH", prefix + path);
-    recordPath = dir.filePath(QStringLiteral("record.jsonl"));
-    qputenv("OXMEREL_SIM_RECORD", QFile::encodeName(recordPath));
+    recordPath = testsupport::useSimulator(dir.path());
     useScenario(signInScenario());
 }
 
@@ -35,13 +30,12 @@ SimRig::~SimRig()
     window.reset();
     while (QWidget* modal = QApplication::activeModalWidget())
         delete modal;
-    for (const SimStart& start : runners() + agents()) {
-        const auto pid = static_cast<pid_t>(start.pid);
+    for (const qint64 pid : testsupport::simulatorPids(recordPath, QStringLiteral("pid"))) {
         if (pid <= 1 || !alive(pid))
             continue;
         // Each runtime leads its own process group; never signal ours.
-        const pid_t group = getpgid(pid);
-        ::kill(group == pid && group != getpgrp() ? -group : pid, SIGKILL);
+        const pid_t group = getpgid(static_cast<pid_t>(pid));
+        ::kill(group == pid && group != getpgrp() ? -group : static_cast<pid_t>(pid), SIGKILL);
     }
     QFile::remove(credentialsYamlPath());
     QDir(robotLocksDir()).removeRecursively();
@@ -180,16 +174,17 @@ QString credentialsFile(const QString& acmeRobots)
         .arg(acmeRobots);
 }
 
-QString signInScenario(const QString& afterConnected)
+QString signInScenario(const QString& afterConnected, const QString& workspaceName)
 {
     return QStringLiteral("[oxmerel-runner]\n"
                           "print {\"status\":\"waiting_input\",\"msg\":\"Password\"}\n"
                           "expect\n"
-                          "print {\"status\":\"logged_in\",\"workspace\":\"Acme\"}\n"
+                          "print {\"status\":\"logged_in\",\"workspace\":\"%1\"}\n"
                           "print {\"status\":\"waiting_selection\",\"items\":[{\"id\":\"r1\",\"name\":\"Invoices\"},"
                           "{\"id\":\"r2\",\"name\":\"Reports\"}]}\n"
                           "expect\n"
                           "print {\"status\":\"connected\",\"level\":\"info\",\"msg\":\"connected ${LAST}\","
                           "\"time\":\"10:00:00\"}\n")
+               .arg(workspaceName)
         + afterConnected + QStringLiteral("\n[oxmerel-agent]\nhang\n");
 }

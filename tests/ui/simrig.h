@@ -53,9 +53,10 @@ QString credentialsText();
 // Two entries: "acme.oxmerel.cloud" with the test identity and password, the given robots and a vault secret
 // "kept-secret"; "globex.oxmerel.cloud" with robots [r1] and a key "extra: kept" that the program does not know.
 QString credentialsFile(const QString& acmeRobots);
-// A runner that signs in (password prompt, "Acme", robots r1 "Invoices" and r2 "Reports"), then waits for a robot id,
-// reports it connected and goes on with `afterConnected`; an agent that stays up.
-QString signInScenario(const QString& afterConnected = QStringLiteral("hang"));
+// A runner that signs in (password prompt, workspaceName, robots r1 "Invoices" and r2 "Reports"), then waits for a
+// robot id, reports it connected and goes on with `afterConnected`; an agent that stays up.
+QString signInScenario(
+    const QString& afterConnected = QStringLiteral("hang"), const QString& workspaceName = QStringLiteral("Acme"));
 
 // Test access to the window's records and private helpers (the window declares this class a friend).
 class ConnectDialogProbe

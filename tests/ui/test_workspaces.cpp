@@ -1,16 +1,19 @@
 // A workspace's life in the window against the runtime simulator: the window and the auto-start flag, sign-in by
-// typing and from the file, refusals and failures, listings, a robot's connection from its row with its options and
-// lock mode, a runtime that exits on its own, "Remove", "Sign Out" and the program's quit.
+// typing and from the file, the runtime's own prompts, refusals and failures, listings, a robot's connection from its
+// row with its options and lock mode, all robots from the header, a runtime that exits on its own, "Remove",
+// "Sign Out" and the program's quit.
 #include "credentialsstore.h"
 #include "launchoptions.h"
 #include "prochandler.h"
 #include "simrig.h"
+#include "treeheader.h"
 #include "yamlconvert.h"
 
 #include <QCheckBox>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
+#include <QInputDialog>
 #include <QPointer>
 #include <QTimer>
 #include <QUrl>
@@ -44,10 +47,12 @@ private slots:
     void cleanup() { rig.reset(); }
     void autoStartIsTheExactFirstArgument();
     void bareLabelAndEnterSignInExactlyOnce();
+    void otherPromptsAskTheUser();
     void twoFailuresShowOneMessage();
     void listingsHideRowsAndNeverDuplicate();
     void removeAsksThenDeletesTheWholeEntry();
     void robotFromConnectToSignOut();
+    void headerConnectsAndDisconnectsAll();
     void robotWhoseRuntimeExitsEndsIdleAndForgotten();
     // Last: its fallback timer outlives it.
     void quitStopsEveryRuntimeAndKeepsTheFile();
@@ -59,11 +64,10 @@ private:
 
 void TestWorkspaces::autoStartIsTheExactFirstArgument()
 {
-    const QString program = QStringLiteral("/opt/oxmerel/oxmerel-tray");
     const QString flag = QStringLiteral("--auto-start");
-    QVERIFY(isAutoStartLaunch({ program, flag }));
-    QVERIFY(!isAutoStartLaunch({ program, flag.toUpper() }));
-    QVERIFY(!isAutoStartLaunch({ program, QStringLiteral("-v"), flag }));
+    QVERIFY(isAutoStartLaunch({ QStringLiteral("tray"), flag }));
+    QVERIFY(!isAutoStartLaunch({ QStringLiteral("tray"), flag.toUpper() }));
+    QVERIFY(!isAutoStartLaunch({ QStringLiteral("tray"), QStringLiteral("-v"), flag }));
     QVERIFY(!isAutoStartLaunch({ flag }));
 }
 
@@ -105,6 +109,34 @@ void TestWorkspaces::bareLabelAndEnterSignInExactlyOnce()
     QTest::mouseClick(second->signInButton, Qt::LeftButton);
     QVERIFY(answerModal().contains(QStringLiteral("Already connected")));
     QCOMPARE(rig->runners().size(), 1);
+}
+
+void TestWorkspaces::otherPromptsAskTheUser()
+{
+    // A cancelled question sends nothing; an answered one sends the answer.
+    rig->useScenario(QStringLiteral("[oxmerel-runner]\n"
+                                    "print {\"status\":\"waiting_input\",\"msg\":\"Code\"}\n"
+                                    "print {\"status\":\"waiting_input\",\"msg\":\"Token\"}\n"
+                                    "expect\n"));
+    QStringList asked;
+    // The question runs its own event loop: answered from a timer.
+    QTimer answerer;
+    QObject::connect(&answerer, &QTimer::timeout, &answerer, [&asked] {
+        auto* dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget());
+        if (!dialog)
+            return;
+        asked << QStringList({ dialog->windowTitle(), dialog->labelText(), dialog->textValue() }).join(u'|');
+        QCOMPARE(dialog->textEchoMode(), QLineEdit::Password);
+        dialog->setTextValue(QStringLiteral("t0ken"));
+        dialog->done(dialog->labelText() == QStringLiteral("Token"));
+    });
+    answerer.start(20);
+    Session* s = rig->open()->sessions.value(QString());
+    fillForm(s);
+    QTest::mouseClick(s->signInButton, Qt::LeftButton);
+    QTRY_COMPARE(rig->runners().value(0).input, QStringList({ QStringLiteral("t0ken") }));
+    const QString home = QDir::home().dirName();
+    QCOMPARE(asked, QStringList({ QStringLiteral("Oxmerel|Code|") + home, QStringLiteral("Oxmerel|Token|") + home }));
 }
 
 void TestWorkspaces::twoFailuresShowOneMessage()
@@ -177,6 +209,8 @@ void TestWorkspaces::robotFromConnectToSignOut()
     QVERIFY(!rowOf(ws, r2)->lockLabel->isHidden());
     QVERIFY(!QApplication::activeModalWidget());
 
+    // The robot's runtime signs in to the workspace under a new name, which the window then shows and files logs under.
+    rig->useScenario(signInScenario(QStringLiteral("hang"), QStringLiteral("Acme Corp")));
     Session* s = openRobot(ws, r1);
     // The options are read when the runtime starts; they live with the connection, so a restart starts afresh.
     QTest::mouseClick(s->sendCrashDumpBox, Qt::LeftButton);
@@ -187,6 +221,8 @@ void TestWorkspaces::robotFromConnectToSignOut()
     const qint64 firstRunner = rig->runners().at(1).pid;
     QCOMPARE(rig->runners().at(1).argv.mid(6), QStringList({ QStringLiteral("--remember"), QStringLiteral("-n") }));
     QCOMPARE(row->nameLabel->palette().color(QPalette::WindowText), QColor(0xffffff));
+    QCOMPARE(rig->dialog()->findChild<QPushButton*>(QStringLiteral("btn_workspace_name"))->text(),
+        QStringLiteral("Acme Corp"));
 
     // Lock mode on a connected robot asks, then restarts its runtime.
     row->lockAct->trigger();
@@ -210,7 +246,7 @@ void TestWorkspaces::robotFromConnectToSignOut()
     QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openUrl");
     row->logsAct->trigger();
     QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
-    const QString folder = QDir::homePath() + QStringLiteral("/AppData/Local/Oxmerel/logs/Acme/Invoices");
+    const QString folder = QDir::homePath() + QStringLiteral("/AppData/Local/Oxmerel/logs/Acme Corp/Invoices");
     QCOMPARE(openedUrls, QList<QUrl>({ QUrl::fromLocalFile(folder) }));
 
     // Connected again, its log on screen, until its workspace is signed out.
@@ -233,6 +269,22 @@ void TestWorkspaces::robotFromConnectToSignOut()
     // The window goes on working: one click signs in again (the name is free) and lists the robots.
     QTest::mouseClick(form->signInButton, Qt::LeftButton);
     QTRY_VERIFY(rowOf(fresh, r1));
+}
+
+void TestWorkspaces::headerConnectsAndDisconnectsAll()
+{
+    Workspace* ws = rig->signIn();
+    QVERIFY(ws);
+    auto* header = qobject_cast<TreeHeader*>(ws->tree->itemWidget(ws->tree->topLevelItem(0), 0));
+    header->connectAllAct->trigger();
+    QTRY_VERIFY(isConnected(ws, r1) && isConnected(ws, r2));
+    // Each robot has a runner of its own, given the robot's id.
+    QStringList chosen { rig->runners().at(1).input.value(1), rig->runners().at(2).input.value(1) };
+    chosen.sort();
+    QCOMPARE(chosen, QStringList({ r1, r2 }));
+    header->disconnectAllAct->trigger();
+    QVERIFY(!ws->sessions.contains(r1) && !ws->sessions.contains(r2));
+    QTRY_VERIFY(!alive(rig->runners().at(1).pid) && !alive(rig->runners().at(2).pid));
 }
 
 void TestWorkspaces::robotWhoseRuntimeExitsEndsIdleAndForgotten()
