@@ -12,9 +12,9 @@
 #include <csignal>
 #include <unistd.h>
 
-const QString testWorkspace = QStringLiteral("acme.oxmerel.cloud");
-const QString testIdentity = QStringLiteral("ann@acme.example");
-const QString testPassword = QStringLiteral("s3cret-pw");
+const QString testWorkspace = u"acme.oxmerel.cloud"_s;
+const QString testIdentity = u"ann@acme.example"_s;
+const QString testPassword = u"s3cret-pw"_s;
 
 SimRig::SimRig()
 {
@@ -30,7 +30,7 @@ SimRig::~SimRig()
     window.reset();
     while (QWidget* modal = QApplication::activeModalWidget())
         delete modal;
-    for (const qint64 pid : testsupport::simulatorPids(recordPath, QStringLiteral("pid"))) {
+    for (const qint64 pid : testsupport::simulatorPids(recordPath, u"pid"_s)) {
         if (pid <= 1 || !alive(pid))
             continue;
         // Each runtime leads its own process group; never signal ours.
@@ -55,8 +55,8 @@ Workspace* SimRig::signIn(const QString& acmeRobots)
     Workspace* acme = workspaces().value(0);
     selectWorkspace(acme);
     QTest::mouseClick(acme->sessions.value(QString())->signInButton, Qt::LeftButton);
-    const bool ready = QTest::qWaitFor(
-        [this, acme] { return agents().size() == 1 && rowItem(acme, QStringLiteral("r2")) != nullptr; }, 30000);
+    const bool ready
+        = QTest::qWaitFor([this, acme] { return agents().size() == 1 && rowItem(acme, u"r2"_s) != nullptr; }, 30000);
     return ready ? acme : nullptr;
 }
 
@@ -66,7 +66,7 @@ Workspace* SimRig::list(const QStringList& ids)
         open();
     QList<RobotInfo*> robots;
     for (const QString& id : ids) {
-        listed.push_back(std::make_unique<RobotInfo>(id, QStringLiteral("Robot ") + id));
+        listed.push_back(std::make_unique<RobotInfo>(id, u"Robot "_s + id));
         robots.append(listed.back().get());
     }
     mergeListedRobots(current(), robots);
@@ -75,7 +75,7 @@ Workspace* SimRig::list(const QStringList& ids)
 
 void SimRig::useScenario(const QString& text)
 {
-    const QString path = dir.filePath(QStringLiteral("scenario.txt"));
+    const QString path = dir.filePath(u"scenario.txt"_s);
     testsupport::writeFile(path, text.toUtf8());
     qputenv("OXMEREL_SIM_SCENARIO", QFile::encodeName(path));
 }
@@ -86,12 +86,12 @@ QList<SimStart> SimRig::starts(const QString& program) const
     const QList<QByteArray> lines = testsupport::readFile(recordPath).split('\n');
     for (const QByteArray& line : lines) {
         const QJsonObject record = QJsonDocument::fromJson(line).object();
-        const qint64 pid = record.value(QStringLiteral("pid")).toInteger();
-        if (record.value(QStringLiteral("program")).toString() == program)
-            result.append(SimStart { pid, record.value(QStringLiteral("argv")).toVariant().toStringList(), {} });
+        const qint64 pid = record.value(u"pid"_s).toInteger();
+        if (record.value(u"program"_s).toString() == program)
+            result.append(SimStart { pid, record.value(u"argv"_s).toVariant().toStringList(), {} });
         for (SimStart& start : result) {
-            if (start.pid == pid && record.contains(QStringLiteral("stdin")))
-                start.input.append(record.value(QStringLiteral("stdin")).toString());
+            if (start.pid == pid && record.contains(u"stdin"_s))
+                start.input.append(record.value(u"stdin"_s).toString());
         }
     }
     return result;
@@ -124,10 +124,10 @@ Session* openRobot(Workspace* ws, const QString& id)
     return ws->sessions.value(id);
 }
 
-void fillForm(Session* s, const QString& workspace, const QString& identity, const QString& password)
+void fillForm(Session* s, const QString& workspace)
 {
     const QList<QLineEdit*> fields { s->workspaceEdit, s->identityEdit, s->passwordEdit };
-    const QStringList texts { workspace, identity, password };
+    const QStringList texts { workspace, testIdentity, testPassword };
     for (int i = 0; i < fields.size(); ++i) {
         QTest::mouseClick(fields[i], Qt::LeftButton);
         QTest::keyClicks(fields[i], texts[i]);
@@ -186,5 +186,5 @@ QString signInScenario(const QString& afterConnected, const QString& workspaceNa
                           "print {\"status\":\"connected\",\"level\":\"info\",\"msg\":\"connected ${LAST}\","
                           "\"time\":\"10:00:00\"}\n")
                .arg(workspaceName)
-        + afterConnected + QStringLiteral("\n[oxmerel-agent]\nhang\n");
+        + afterConnected + u"\n[oxmerel-agent]\nhang\n"_s;
 }

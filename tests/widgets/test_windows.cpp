@@ -186,30 +186,34 @@ private slots:
         QCOMPARE(stored(), geometry);
     }
 
-    void messageKindsAndButtons_data()
+    void messageKindsAndAnswers_data()
     {
+        // A question's answer is a button's text or a key: Escape answers as "No" or "OK" do, Return as the first
+        // button.
         QTest::addColumn<int>("kind");
         QTest::addColumn<QSize>("icon");
-        QTest::addColumn<QString>("button");
-        QTest::newRow("error") << int(MessageDialog::Error) << QSize(32, 32) << u"OK"_s;
-        QTest::newRow("info") << int(MessageDialog::Info) << QSize(32, 32) << u"OK"_s;
-        QTest::newRow("warning") << int(MessageDialog::Warning) << QSize(37, 32) << u"Yes"_s;
-        QTest::newRow("no kind") << 3 << QSize(0, 0) << u"No"_s;
+        QTest::addColumn<bool>("question");
+        QTest::addColumn<QString>("answer");
+        QTest::newRow("error") << int(MessageDialog::Error) << QSize(32, 32) << false << u"OK"_s;
+        QTest::newRow("info, Escape") << int(MessageDialog::Info) << QSize(32, 32) << false << u"Escape"_s;
+        QTest::newRow("warning") << int(MessageDialog::Warning) << QSize(37, 32) << true << u"Yes"_s;
+        QTest::newRow("warning, Escape") << int(MessageDialog::Warning) << QSize(37, 32) << true << u"Escape"_s;
+        QTest::newRow("no kind, Return") << 3 << QSize(0, 0) << true << u"Return"_s;
     }
 
-    void messageKindsAndButtons()
+    void messageKindsAndAnswers()
     {
         QFETCH(int, kind);
         QFETCH(QSize, icon);
-        QFETCH(QString, button);
+        QFETCH(bool, question);
+        QFETCH(QString, answer);
         const QFont font;
         bool messageOpen = false;
         QList<bool> answers;
-        const bool ok = button == u"OK"_s;
-        QPointer<MessageDialog> dialog = ok
-            ? MessageDialog::showMessage(font, font, &messageOpen, kind, u"Saved"_s, u"All done."_s)
-            : MessageDialog::showConfirm(font, font, &messageOpen, kind, u"Remove"_s, u"Remove this workspace?"_s,
-                [&](bool answer) { answers << answer; });
+        QPointer<MessageDialog> dialog = question
+            ? MessageDialog::showConfirm(font, font, &messageOpen, kind, u"Remove"_s, u"Remove this workspace?"_s,
+                [&](bool yes) { answers << yes; })
+            : MessageDialog::showMessage(font, font, &messageOpen, kind, u"Saved"_s, u"All done."_s);
         // Reaching this line at all shows that the call did not block.
         QVERIFY(messageOpen);
         QVERIFY(QTest::qWaitForWindowExposed(dialog));
@@ -217,13 +221,17 @@ private slots:
         // The icon's label is the one without a text.
         QCOMPARE(child<QLabel>(dialog, &QLabel::text, QString())->pixmap().size(), icon);
 
+        if (QButton* button = child<QButton>(dialog, &QAbstractButton::text, answer))
+            QTest::mouseClick(button, Qt::LeftButton);
+        else
+            QTest::keyClick(dialog, answer == u"Escape"_s ? Qt::Key_Escape : Qt::Key_Return);
         // "OK" closes and deletes the dialog and clears the flag; the answers leave both to the dialog's owner.
-        QTest::mouseClick(child<QButton>(dialog, &QAbstractButton::text, button), Qt::LeftButton);
         QVERIFY(!dialog->isVisible());
-        QCOMPARE(messageOpen, !ok);
-        QCOMPARE(answers, ok ? QList<bool>() : QList<bool> { button == u"Yes"_s });
+        QCOMPARE(messageOpen, question);
+        const bool yes = answer == u"Yes"_s || answer == u"Return"_s;
+        QCOMPARE(answers, question ? QList<bool> { yes } : QList<bool>());
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QCOMPARE(dialog.isNull(), ok);
+        QCOMPARE(dialog.isNull(), !question);
         delete dialog;
     }
 
