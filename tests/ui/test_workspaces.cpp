@@ -1,7 +1,7 @@
 // A workspace's life in the window against the runtime simulator: the window and the auto-start flag, sign-in by
 // typing and from the file, the runtime's own questions, refusals and failures, listings, a robot's connection from its
-// row with its options and lock mode, all robots from the header, runtimes that exit on their own, "Remove" and
-// "Sign Out".
+// row with its options and lock mode, all robots from the header, a runtime that exits on its own, "Remove",
+// "Sign Out" and the program's quit.
 #include "credentialsstore.h"
 #include "launchoptions.h"
 #include "prochandler.h"
@@ -63,6 +63,7 @@ private slots:
     void robotFromConnectToSignOut();
     void headerConnectsAndDisconnectsAll();
     void robotWhoseRuntimeExitsEndsIdleAndForgotten();
+    void quitStopsEveryRuntimeAndKeepsTheFile();
 
 private:
     std::unique_ptr<SimRig> rig;
@@ -279,17 +280,28 @@ void TestWorkspaces::headerConnectsAndDisconnectsAll()
 void TestWorkspaces::robotWhoseRuntimeExitsEndsIdleAndForgotten()
 {
     rig->useScenario(signInScenario(u"sleep 3000\nexit 3"_s));
-    Workspace* ws = rig->signIn(u"[r1, r2]"_s);
+    Workspace* ws = rig->signIn(u"[r1]"_s);
     QVERIFY(ws);
-    // The remembered robots reconnect.
-    QTRY_VERIFY(isConnected(ws, r1) && isConnected(ws, r2));
-    QCOMPARE(chosenRobots(rig->runners()), QStringList({ r1, r2 }));
-    QTRY_VERIFY(!ws->sessions.contains(r1) && !ws->sessions.contains(r2));
+    QTRY_VERIFY(isConnected(ws, r1));
+    QTRY_VERIFY(!ws->sessions.contains(r1));
     verifyIdleRow(ws);
-    // Only these robots leave the file; the other entry keeps its own.
+    // Only this robot leaves the file; the other entry keeps its own.
     const YAML::Node entries = loadCredentials()["credentials"];
     QCOMPARE(entries[testWorkspace]["robots"].as<QStringList>(), QStringList());
     QCOMPARE(entries[u"globex.oxmerel.cloud"_s]["robots"].as<QStringList>(), QStringList({ r1 }));
+}
+
+void TestWorkspaces::quitStopsEveryRuntimeAndKeepsTheFile()
+{
+    Workspace* ws = rig->signIn(u"[r1, r2]"_s);
+    QVERIFY(ws);
+    QTRY_VERIFY(isConnected(ws, r1) && isConnected(ws, r2));
+    QCOMPARE(chosenRobots(rig->runners()), QStringList({ r1, r2 }));
+    // Quitting stops every runtime before the window goes, and keeps the remembered robots for the next start.
+    rig->exit();
+    for (const SimStart& start : rig->runners() + rig->agents())
+        QTRY_VERIFY(!alive(start.pid));
+    QCOMPARE(credentialsText(), credentialsFile(u"[r1, r2]"_s));
 }
 
 QTEST_MAIN(TestWorkspaces)
