@@ -132,8 +132,9 @@ void TestWorkspaces::promptsAndTwoFailuresShowOneMessage()
     QTimer answerer;
     QObject::connect(&answerer, &QTimer::timeout, &answerer, [&asked] {
         if (auto* dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget())) {
-            asked << QStringList({ dialog->windowTitle(), dialog->labelText(), dialog->textValue() }).join(u'|');
-            QCOMPARE(dialog->textEchoMode(), QLineEdit::Password);
+            const bool hidden = dialog->textEchoMode() == QLineEdit::Password;
+            asked << QStringList({ dialog->windowTitle(), dialog->labelText(), dialog->textValue() }).join(u'|')
+                    + (hidden ? u" (hidden)"_s : QString());
             dialog->setTextValue(u"t0ken"_s);
             dialog->done(dialog->labelText() == u"Token"_s);
         }
@@ -145,7 +146,7 @@ void TestWorkspaces::promptsAndTwoFailuresShowOneMessage()
     QTRY_VERIFY(answerModal().contains(u"Connection failed"_s));
     QCOMPARE(rig->runners().value(0).input, QStringList({ u"t0ken"_s }));
     const QString home = QDir::home().dirName();
-    QCOMPARE(asked, QStringList({ u"Oxmerel|Code|"_s + home, u"Oxmerel|Token|"_s + home }));
+    QCOMPARE(asked, QStringList({ u"Oxmerel|Code|%1 (hidden)"_s.arg(home), u"Oxmerel|Token|%1 (hidden)"_s.arg(home) }));
     // Both failures were read (each leaves its log line) but only one message, a top-level window of its own, is up.
     QTRY_COMPARE(rig->logView(s)->blockCount(), 2);
     int messages = 0;
