@@ -2,14 +2,24 @@
 #include "messagedialog.h"
 #include "qbutton.h"
 #include "qgrip.h"
+#include "qloadingbutton.h"
 #include "titlebar.h"
+#include "treeheader.h"
+#include "treeitem.h"
 
+#include <QAction>
 #include <QApplication>
+#include <QContextMenuEvent>
+#include <QFontDatabase>
 #include <QLabel>
+#include <QMenu>
 #include <QMouseEvent>
+#include <QMovie>
 #include <QPointer>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <memory>
@@ -65,10 +75,30 @@ template<typename Widget, typename Property> Widget* child(QWidget* parent, Prop
     return nullptr;
 }
 
+// Right-clicks the widget and answers the entries of the menu that opens, a disabled one with a leading "-".
+QStringList contextMenu(QWidget* widget)
+{
+    QStringList entries;
+    // Scoped, so that it cannot fire after the function when no menu opened.
+    QTimer timer;
+    timer.setSingleShot(true);
+    QObject::connect(&timer, &QTimer::timeout, widget, [&] {
+        if (auto* popup = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+            for (const QAction* action : popup->actions())
+                entries << (action->isEnabled() ? QString() : u"-"_s) + action->text();
+            popup->close();
+        }
+    });
+    timer.start(0);
+    QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), widget->mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(widget, &event);
+    return entries;
+}
+
 } // namespace
 
-// The frame replacement (title bar and grips) and the message dialog.
-class TestWindows final : public QObject
+// The frame replacement (title bar and grips), the message dialog, the styled buttons and the rows of the robot tree.
+class TestWidgets final : public QObject
 {
     Q_OBJECT
 
@@ -235,10 +265,119 @@ private slots:
         delete dialog;
     }
 
+    // The styled buttons and the rows of the robot tree.
+    void buttonColoursAndFocus();
+    void animationLoopsOnlyWhileShown_data();
+    void animationLoopsOnlyWhileShown();
+    void rowMenusLockAndBadge();
+    void rowsRegisterTheirFontOnce();
+
 private:
     std::unique_ptr<FramedWindow> window;
     Titlebar* bar = nullptr;
 };
 
-QTEST_MAIN(TestWindows)
-#include "test_windows.moc"
+void TestWidgets::buttonColoursAndFocus()
+{
+    // A short list: the last colour stands for the states not given. The first is the disabled state's.
+    auto* button = new QButton({ u"#ff0000"_s, u"#00ff00"_s });
+    window->layout()->addWidget(button);
+    button->setMinimumSize(80, 40);
+    window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(window.get()));
+    const auto centreColour = [button] {
+        const QImage image = button->grab().toImage();
+        return image.pixelColor(image.width() / 2, image.height() / 2);
+    };
+    QCOMPARE(centreColour(), QColor(0, 255, 0));
+    // Letting go of the mouse drops the focus.
+    button->setFocus();
+    QTest::mouseClick(button, Qt::LeftButton);
+    QVERIFY(!button->hasFocus());
+    button->setEnabled(false);
+    QCOMPARE(centreColour(), QColor(255, 0, 0));
+}
+
+void TestWidgets::animationLoopsOnlyWhileShown_data()
+{
+    QTest::addColumn<QString>("gif");
+    QTest::newRow("endless") << u":/images/loading.gif"_s;
+    QTest::newRow("played once, restarted") << QStringLiteral(TEST_DATA_DIR "/once.gif");
+}
+
+void TestWidgets::animationLoopsOnlyWhileShown()
+{
+    QFETCH(QString, gif);
+    QLoadingButton button;
+    button.start();
+    button.stop();
+    button.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&button));
+    button.setGif(gif);
+    QVERIFY(button.icon().isNull());
+    button.start();
+    QTRY_VERIFY(!button.icon().isNull());
+    // Past its last frame the animation goes on from the first (played fast, to get there soon).
+    QSignalSpy frames(button.movie, &QMovie::frameChanged);
+    button.movie->setSpeed(1000);
+    QTRY_VERIFY(frames.count() > button.movie->frameCount());
+    QCOMPARE(button.movie->state(), QMovie::Running);
+    // A hidden button's animation must not keep a timer running.
+    button.hide();
+    QCOMPARE(button.movie->state(), QMovie::Paused);
+    button.show();
+    QCOMPARE(button.movie->state(), QMovie::Running);
+    button.stop();
+    QVERIFY(button.icon().isNull());
+}
+
+void TestWidgets::rowMenusLockAndBadge()
+{
+    TreeItem row(u"Invoices"_s);
+    TreeHeader header(u"ROBOTS"_s);
+    row.show();
+    header.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&row) && QTest::qWaitForWindowExposed(&header));
+    QCOMPARE(contextMenu(&header), QStringList({ u"Connect All"_s, u"Disconnect All"_s }));
+
+    // Receivers still see the previous enabling while the signal is delivered.
+    QList<bool> seen;
+    connect(&row, &TreeItem::connectAction, &row, [&] { seen << row.connectAct->isEnabled(); });
+    connect(&row, &TreeItem::disconnectAction, &row, [&] { seen << row.disconnectAct->isEnabled(); });
+    const QStringList disconnected = { u"Connect"_s, u"Logs"_s, u"-Clear"_s, u"-Disconnect"_s, u"Lock"_s };
+    QCOMPARE(contextMenu(&row), disconnected);
+    row.connectAct->trigger();
+    QCOMPARE(contextMenu(&row), QStringList({ u"-Connect"_s, u"Logs"_s, u"Clear"_s, u"Disconnect"_s, u"Lock"_s }));
+    row.disconnectAct->trigger();
+    QCOMPARE(contextMenu(&row), disconnected);
+    QCOMPARE(seen, QList<bool>({ true, true }));
+
+    QSignalSpy locks(&row, &TreeItem::lockAction);
+    row.lockAct->trigger();
+    QCOMPARE(row.lockAct->text(), u"Unlock"_s);
+    row.lockAct->trigger();
+    QCOMPARE(row.lockAct->text(), u"Lock"_s);
+    QCOMPARE(locks, QList<QList<QVariant>>({ { true }, { false } }));
+
+    row.addUnread(9);
+    QCOMPARE(row.badgeLabel->text(), u"9"_s);
+    row.addUnread(1);
+    QCOMPARE(row.badgeLabel->text(), u"9+"_s);
+    QCOMPARE(row.badgeLabel->toolTip(), u"10 new messages"_s);
+    row.resetUnread();
+    QVERIFY(row.badgeLabel->isHidden());
+}
+
+void TestWidgets::rowsRegisterTheirFontOnce()
+{
+    // Font ids count up with each registration, so two probe registrations frame whatever the rows registered.
+    const QString probe = u":/fonts/Poppins-Regular.ttf"_s;
+    const TreeItem first(u"a"_s);
+    const int before = QFontDatabase::addApplicationFont(probe);
+    const TreeItem second(u"b"_s);
+    const TreeHeader header(u"ROBOTS"_s);
+    QCOMPARE(QFontDatabase::addApplicationFont(probe), before + 1);
+}
+
+QTEST_MAIN(TestWidgets)
+#include "test_widgets.moc"
