@@ -12,19 +12,14 @@
 #include <csignal>
 #include <unistd.h>
 
-const QString testWorkspace = QStringLiteral("acme.oxmerel.cloud");
-const QString testIdentity = QStringLiteral("ann@acme.example");
-const QString testPassword = QStringLiteral("s3cret-pw");
+const QString testWorkspace = u"acme.oxmerel.cloud"_s;
+const QString testIdentity = u"ann@acme.example"_s;
+const QString testPassword = u"s3cret-pw"_s;
 
 SimRig::SimRig()
 {
     registerRecordMetaTypes();
-    const QByteArray prefix = qgetenv("OXMEREL_SIM_DIR") + ':';
-    const QByteArray path = qgetenv("PATH");
-    if (!path.startsWith(prefix))
-        qputenv("PATH", prefix + path);
-    recordPath = dir.filePath(QStringLiteral("record.jsonl"));
-    qputenv("OXMEREL_SIM_RECORD", QFile::encodeName(recordPath));
+    recordPath = testsupport::useSimulator(dir.path());
     useScenario(signInScenario());
 }
 
@@ -35,13 +30,12 @@ SimRig::~SimRig()
     window.reset();
     while (QWidget* modal = QApplication::activeModalWidget())
         delete modal;
-    for (const SimStart& start : runners() + agents()) {
-        const auto pid = static_cast<pid_t>(start.pid);
+    for (const qint64 pid : testsupport::simulatorPids(recordPath, u"pid"_s)) {
         if (pid <= 1 || !alive(pid))
             continue;
         // Each runtime leads its own process group; never signal ours.
-        const pid_t group = getpgid(pid);
-        ::kill(group == pid && group != getpgrp() ? -group : pid, SIGKILL);
+        const pid_t group = getpgid(static_cast<pid_t>(pid));
+        ::kill(group == pid && group != getpgrp() ? -group : static_cast<pid_t>(pid), SIGKILL);
     }
     QFile::remove(credentialsYamlPath());
     QDir(robotLocksDir()).removeRecursively();
@@ -61,8 +55,8 @@ Workspace* SimRig::signIn(const QString& acmeRobots)
     Workspace* acme = workspaces().value(0);
     selectWorkspace(acme);
     QTest::mouseClick(acme->sessions.value(QString())->signInButton, Qt::LeftButton);
-    const bool ready = QTest::qWaitFor(
-        [this, acme] { return agents().size() == 1 && rowItem(acme, QStringLiteral("r2")) != nullptr; }, 30000);
+    const bool ready
+        = QTest::qWaitFor([this, acme] { return agents().size() == 1 && rowItem(acme, u"r2"_s) != nullptr; }, 30000);
     return ready ? acme : nullptr;
 }
 
@@ -72,7 +66,7 @@ Workspace* SimRig::list(const QStringList& ids)
         open();
     QList<RobotInfo*> robots;
     for (const QString& id : ids) {
-        listed.push_back(std::make_unique<RobotInfo>(id, QStringLiteral("Robot ") + id));
+        listed.push_back(std::make_unique<RobotInfo>(id, u"Robot "_s + id));
         robots.append(listed.back().get());
     }
     mergeListedRobots(current(), robots);
@@ -81,7 +75,7 @@ Workspace* SimRig::list(const QStringList& ids)
 
 void SimRig::useScenario(const QString& text)
 {
-    const QString path = dir.filePath(QStringLiteral("scenario.txt"));
+    const QString path = dir.filePath(u"scenario.txt"_s);
     testsupport::writeFile(path, text.toUtf8());
     qputenv("OXMEREL_SIM_SCENARIO", QFile::encodeName(path));
 }
@@ -92,12 +86,12 @@ QList<SimStart> SimRig::starts(const QString& program) const
     const QList<QByteArray> lines = testsupport::readFile(recordPath).split('\n');
     for (const QByteArray& line : lines) {
         const QJsonObject record = QJsonDocument::fromJson(line).object();
-        const qint64 pid = record.value(QStringLiteral("pid")).toInteger();
-        if (record.value(QStringLiteral("program")).toString() == program)
-            result.append(SimStart { pid, record.value(QStringLiteral("argv")).toVariant().toStringList(), {} });
+        const qint64 pid = record.value(u"pid"_s).toInteger();
+        if (record.value(u"program"_s).toString() == program)
+            result.append(SimStart { pid, record.value(u"argv"_s).toVariant().toStringList(), {} });
         for (SimStart& start : result) {
-            if (start.pid == pid && record.contains(QStringLiteral("stdin")))
-                start.input.append(record.value(QStringLiteral("stdin")).toString());
+            if (start.pid == pid && record.contains(u"stdin"_s))
+                start.input.append(record.value(u"stdin"_s).toString());
         }
     }
     return result;
@@ -130,10 +124,10 @@ Session* openRobot(Workspace* ws, const QString& id)
     return ws->sessions.value(id);
 }
 
-void fillForm(Session* s, const QString& workspace, const QString& identity, const QString& password)
+void fillForm(Session* s, const QString& workspace)
 {
     const QList<QLineEdit*> fields { s->workspaceEdit, s->identityEdit, s->passwordEdit };
-    const QStringList texts { workspace, identity, password };
+    const QStringList texts { workspace, testIdentity, testPassword };
     for (int i = 0; i < fields.size(); ++i) {
         QTest::mouseClick(fields[i], Qt::LeftButton);
         QTest::keyClicks(fields[i], texts[i]);
@@ -180,16 +174,17 @@ QString credentialsFile(const QString& acmeRobots)
         .arg(acmeRobots);
 }
 
-QString signInScenario(const QString& afterConnected)
+QString signInScenario(const QString& afterConnected, const QString& workspaceName)
 {
     return QStringLiteral("[oxmerel-runner]\n"
                           "print {\"status\":\"waiting_input\",\"msg\":\"Password\"}\n"
                           "expect\n"
-                          "print {\"status\":\"logged_in\",\"workspace\":\"Acme\"}\n"
+                          "print {\"status\":\"logged_in\",\"workspace\":\"%1\"}\n"
                           "print {\"status\":\"waiting_selection\",\"items\":[{\"id\":\"r1\",\"name\":\"Invoices\"},"
                           "{\"id\":\"r2\",\"name\":\"Reports\"}]}\n"
                           "expect\n"
                           "print {\"status\":\"connected\",\"level\":\"info\",\"msg\":\"connected ${LAST}\","
                           "\"time\":\"10:00:00\"}\n")
-        + afterConnected + QStringLiteral("\n[oxmerel-agent]\nhang\n");
+               .arg(workspaceName)
+        + afterConnected + u"\n[oxmerel-agent]\nhang\n"_s;
 }

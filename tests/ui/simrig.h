@@ -24,8 +24,8 @@
 #include <memory>
 #include <vector>
 
-class QTreeWidgetItem;
-class TreeItem;
+using namespace Qt::StringLiterals;
+using testsupport::alive;
 
 extern const QString testWorkspace;
 extern const QString testIdentity;
@@ -38,24 +38,22 @@ struct SimStart {
     QStringList input;
 };
 
-using testsupport::alive;
 QTreeWidgetItem* rowItem(Workspace* ws, const QString& id);
 TreeItem* rowOf(Workspace* ws, const QString& id);
 bool isConnected(Workspace* ws, const QString& id);
 // Selects the robot's row, as a click would, and returns the robot's session.
 Session* openRobot(Workspace* ws, const QString& id);
 // Types the texts into an empty sign-in form, as a user would.
-void fillForm(Session* s, const QString& workspace = testWorkspace, const QString& identity = testIdentity,
-    const QString& password = testPassword);
+void fillForm(Session* s, const QString& workspace = testWorkspace);
 // The label texts of the application's modal dialog, joined by "|"; then clicks its button `click`, if given.
 QString answerModal(const QString& click = QString());
 QString credentialsText();
 // Two entries: "acme.oxmerel.cloud" with the test identity and password, the given robots and a vault secret
 // "kept-secret"; "globex.oxmerel.cloud" with robots [r1] and a key "extra: kept" that the program does not know.
 QString credentialsFile(const QString& acmeRobots);
-// A runner that signs in (password prompt, "Acme", robots r1 "Invoices" and r2 "Reports"), then waits for a robot id,
-// reports it connected and goes on with `afterConnected`; an agent that stays up.
-QString signInScenario(const QString& afterConnected = QStringLiteral("hang"));
+// A runner that signs in (password prompt, workspaceName, robots r1 "Invoices" and r2 "Reports"), then waits for a
+// robot id, reports it connected and goes on with `afterConnected`; an agent that stays up.
+QString signInScenario(const QString& afterConnected = u"hang"_s, const QString& workspaceName = u"Acme"_s);
 
 // Test access to the window's records and private helpers (the window declares this class a friend).
 class ConnectDialogProbe
@@ -80,11 +78,10 @@ public:
         return s;
     }
     LogView* logView(Session* s) { return d->logPane(s); }
-    void logLine(Session* s, const QString& msg, const QString& level = QStringLiteral("info"))
+    void logLine(Session* s, const QString& msg, const QString& level = u"info"_s)
     {
-        d->receivedLog(s, QStringLiteral("t"), level, msg);
+        d->receivedLog(s, u"t"_s, level, msg);
     }
-    bool messageOpen() const { return d->messageOpen; }
     void exit() { d->exit(); }
 
 protected:
@@ -106,12 +103,12 @@ public:
     ConnectDialog* dialog() const { return window.get(); }
     // Writes credentialsFile(acmeRobots), opens the window and signs in to its "acme" entry with one click; returns
     // that workspace once the agent has started and the robots are listed.
-    Workspace* signIn(const QString& acmeRobots = QStringLiteral("[]"));
+    Workspace* signIn(const QString& acmeRobots = u"[]"_s);
     // Merges a listing of robots named "Robot <id>" into the current workspace, opening the window first if needed.
     Workspace* list(const QStringList& ids);
     void useScenario(const QString& text);
-    QList<SimStart> runners() const { return starts(QStringLiteral("oxmerel-runner")); }
-    QList<SimStart> agents() const { return starts(QStringLiteral("oxmerel-agent")); }
+    QList<SimStart> runners() const { return starts(u"oxmerel-runner"_s); }
+    QList<SimStart> agents() const { return starts(u"oxmerel-agent"_s); }
 
 private:
     QList<SimStart> starts(const QString& program) const;

@@ -1,0 +1,385 @@
+#include "appglobals.h"
+#include "messagedialog.h"
+#include "qbutton.h"
+#include "qgrip.h"
+#include "qloadingbutton.h"
+#include "titlebar.h"
+#include "treeheader.h"
+#include "treeitem.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QFontDatabase>
+#include <QLabel>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QMovie>
+#include <QPointer>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// A frameless top-level window like the main one, with the slot its title bar's close button calls.
+class FramedWindow final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    FramedWindow() { setWindowFlags(Qt::FramelessWindowHint); }
+
+public slots:
+    void doHide() { }
+};
+
+// Presses the left button at (2, 2) of widget, moves it by offset as the windowing system would report it, and lets
+// go. A move after that, without a press, must change nothing.
+void drag(QWidget* widget, QPoint offset)
+{
+    const QPoint grab(2, 2);
+    const auto move = [widget](QPoint to) {
+        const QPointF global = widget->mapToGlobal(to);
+        QMouseEvent event(QEvent::MouseMove, widget->mapFromGlobal(global), global, Qt::NoButton, Qt::LeftButton, {});
+        QApplication::sendEvent(widget, &event);
+    };
+    QTest::mousePress(widget, Qt::LeftButton, {}, grab);
+    move(grab + offset);
+    QTest::mouseRelease(widget, Qt::LeftButton, {}, grab);
+    const QRect dropped = widget->window()->geometry();
+    if (!widget->window()->isMaximized()) {
+        move(grab + offset + offset);
+        QCOMPARE(widget->window()->geometry(), dropped);
+    }
+}
+
+QRect stored()
+{
+    const auto value = [](const char* key) { return traySettings->value(QLatin1String(key), -1).toInt(); };
+    return { value("x"), value("y"), value("width"), value("height") };
+}
+
+template<typename Widget, typename Property> Widget* child(QWidget* parent, Property property, const QString& value)
+{
+    for (Widget* candidate : parent->findChildren<Widget*>()) {
+        if ((candidate->*property)() == value)
+            return candidate;
+    }
+    return nullptr;
+}
+
+// Right-clicks the widget and answers the entries of the menu that opens, a disabled one with a leading "-".
+QStringList contextMenu(QWidget* widget)
+{
+    QStringList entries;
+    // Scoped, so that it cannot fire after the function when no menu opened.
+    QTimer timer;
+    timer.setSingleShot(true);
+    QObject::connect(&timer, &QTimer::timeout, widget, [&] {
+        if (auto* popup = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+            for (const QAction* action : popup->actions())
+                entries << (action->isEnabled() ? QString() : u"-"_s) + action->text();
+            popup->close();
+        }
+    });
+    timer.start(0);
+    QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), widget->mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(widget, &event);
+    return entries;
+}
+
+} // namespace
+
+// The frame replacement (title bar and grips), the message dialog, the styled buttons and the rows of the robot tree.
+class TestWidgets final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        traySettings->clear();
+        window = std::make_unique<FramedWindow>();
+        auto* layout = new QVBoxLayout(window.get());
+        layout->setContentsMargins(0, 0, 0, 0);
+        bar = new Titlebar(window.get());
+        layout->addWidget(bar);
+        layout->addStretch();
+        window->setGeometry(100, 100, 600, 400);
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+    }
+
+    void titleBar_data()
+    {
+        QTest::addColumn<bool>("maximised");
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<QPoint>("offset");
+        QTest::addColumn<Qt::WindowState>("state");
+        QTest::addColumn<QPoint>("position");
+        QTest::newRow("drag moves") << false << u"drag"_s << QPoint(30, 15) << Qt::WindowNoState << QPoint(130, 115);
+        QTest::newRow("dropped above the screen")
+            << false << u"drag"_s << QPoint(0, -165) << Qt::WindowMaximized << QPoint();
+        // The window restores under the cursor and stays there until the next move.
+        QTest::newRow("drag restores") << true << u"drag"_s << QPoint(30, 15) << Qt::WindowNoState << QPoint(100, 100);
+        QTest::newRow("right double click") << true << u"double"_s << QPoint() << Qt::WindowNoState << QPoint(100, 100);
+        QTest::newRow("maximise") << false << u"Maximize"_s << QPoint() << Qt::WindowMaximized << QPoint();
+        QTest::newRow("maximise restores")
+            << true << u"Maximize"_s << QPoint() << Qt::WindowNoState << QPoint(100, 100);
+        QTest::newRow("minimise") << false << u"Minimize"_s << QPoint() << Qt::WindowMinimized << QPoint(100, 100);
+    }
+
+    void titleBar()
+    {
+        QFETCH(bool, maximised);
+        QFETCH(QString, action);
+        QFETCH(QPoint, offset);
+        QFETCH(Qt::WindowState, state);
+        QFETCH(QPoint, position);
+        if (maximised)
+            bar->btn_maximize_clicked();
+        QCOMPARE(window->isMaximized(), maximised);
+        if (action == u"drag"_s)
+            drag(bar, offset);
+        else if (action == u"double"_s)
+            QTest::mouseDClick(bar, Qt::RightButton);
+        else
+            QTest::mouseClick(child<QButton>(bar, &QWidget::toolTip, action), Qt::LeftButton);
+        QCOMPARE(window->windowState(), state);
+        if (state != Qt::WindowMinimized)
+            QCOMPARE(traySettings->value(u"fullscreen"_s, false), QVariant(state == Qt::WindowMaximized));
+        if (state == Qt::WindowNoState)
+            QCOMPARE(window->pos(), position);
+        if (action == u"drag"_s && state == Qt::WindowNoState)
+            QCOMPARE(stored().topLeft(), position);
+    }
+
+    void restoresStoredState_data()
+    {
+        QTest::addColumn<QVariantMap>("values");
+        QTest::addColumn<QRect>("geometry");
+        QTest::newRow("stored") << QVariantMap { { u"x"_s, -50 }, { u"y"_s, 20 }, { u"width"_s, 5000 },
+            { u"height"_s, 300 } }
+                                << QRect(0, 20, 5000, 300);
+        QTest::newRow("no size") << QVariantMap { { u"x"_s, 40 }, { u"y"_s, 30 } } << QRect(100, 100, 600, 400);
+        QTest::newRow("maximised") << QVariantMap { { u"fullscreen"_s, u"true"_s } } << QRect();
+    }
+
+    void restoresStoredState()
+    {
+        QFETCH(QVariantMap, values);
+        QFETCH(QRect, geometry);
+        for (auto it = values.cbegin(); it != values.cend(); ++it)
+            traySettings->setValue(it.key(), it.value());
+        FramedWindow restored;
+        restored.setGeometry(100, 100, 600, 400);
+        new Titlebar(&restored);
+        QCOMPARE(restored.isMaximized() ? QRect() : restored.geometry(), geometry);
+    }
+
+    void gripsResizeWithinTheLimits_data()
+    {
+        // Positions: 0 top, 1 right, 2 bottom, 3 left, 4 top left, 5 top right, 6 bottom left, 7 bottom right. At a
+        // size limit the dragged edge stops and the opposite one stays.
+        QTest::addColumn<int>("position");
+        QTest::addColumn<QPoint>("offset");
+        QTest::addColumn<QRect>("geometry");
+        QTest::newRow("top") << 0 << QPoint(9, -50) << QRect(100, 50, 600, 450);
+        QTest::newRow("right") << 1 << QPoint(30, 9) << QRect(100, 100, 630, 400);
+        QTest::newRow("bottom") << 2 << QPoint(9, 20) << QRect(100, 100, 600, 420);
+        QTest::newRow("left at the maximum width") << 3 << QPoint(-300, 9) << QRect(100, 100, 800, 400);
+        QTest::newRow("top left at the minimum height") << 4 << QPoint(40, 300) << QRect(140, 100, 560, 200);
+        QTest::newRow("top right at the maximum height") << 5 << QPoint(10, -200) << QRect(100, 100, 610, 500);
+        QTest::newRow("bottom left at the minimum width") << 6 << QPoint(400, 10) << QRect(100, 100, 300, 410);
+        QTest::newRow("bottom right") << 7 << QPoint(50, 30) << QRect(100, 100, 650, 430);
+    }
+
+    void gripsResizeWithinTheLimits()
+    {
+        QFETCH(int, position);
+        QFETCH(QPoint, offset);
+        QFETCH(QRect, geometry);
+        window->setMinimumSize(300, 200);
+        window->setMaximumSize(800, 500);
+        auto* grip = new QGrip(2, position, u"#40444b"_s, u"#202225"_s);
+        grip->setParent(window.get());
+        grip->show();
+        drag(grip, offset);
+        QCOMPARE(window->geometry(), geometry);
+        QCOMPARE(stored(), geometry);
+    }
+
+    void messageKindsAndAnswers_data()
+    {
+        // A question's answer is a button's text or a key: Escape answers as "No" or "OK" do, Return as the first
+        // button.
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QSize>("icon");
+        QTest::addColumn<bool>("question");
+        QTest::addColumn<QString>("answer");
+        QTest::newRow("error") << int(MessageDialog::Error) << QSize(32, 32) << false << u"OK"_s;
+        QTest::newRow("info, Escape") << int(MessageDialog::Info) << QSize(32, 32) << false << u"Escape"_s;
+        QTest::newRow("warning") << int(MessageDialog::Warning) << QSize(37, 32) << true << u"Yes"_s;
+        QTest::newRow("warning, Escape") << int(MessageDialog::Warning) << QSize(37, 32) << true << u"Escape"_s;
+        QTest::newRow("no kind, Return") << 3 << QSize(0, 0) << true << u"Return"_s;
+    }
+
+    void messageKindsAndAnswers()
+    {
+        QFETCH(int, kind);
+        QFETCH(QSize, icon);
+        QFETCH(bool, question);
+        QFETCH(QString, answer);
+        const QFont font;
+        bool messageOpen = false;
+        QList<bool> answers;
+        QPointer<MessageDialog> dialog = question
+            ? MessageDialog::showConfirm(font, font, &messageOpen, kind, u"Remove"_s, u"Remove this workspace?"_s,
+                [&](bool yes) { answers << yes; })
+            : MessageDialog::showMessage(font, font, &messageOpen, kind, u"Saved"_s, u"All done."_s);
+        // Reaching this line at all shows that the call did not block.
+        QVERIFY(messageOpen);
+        QVERIFY(QTest::qWaitForWindowExposed(dialog));
+        QVERIFY(dialog->isModal());
+        // The icon's label is the one without a text.
+        QCOMPARE(child<QLabel>(dialog, &QLabel::text, QString())->pixmap().size(), icon);
+
+        if (QButton* button = child<QButton>(dialog, &QAbstractButton::text, answer))
+            QTest::mouseClick(button, Qt::LeftButton);
+        else
+            QTest::keyClick(dialog, answer == u"Escape"_s ? Qt::Key_Escape : Qt::Key_Return);
+        // "OK" closes and deletes the dialog and clears the flag; the answers leave both to the dialog's owner.
+        QVERIFY(!dialog->isVisible());
+        QCOMPARE(messageOpen, question);
+        const bool yes = answer == u"Yes"_s || answer == u"Return"_s;
+        QCOMPARE(answers, question ? QList<bool> { yes } : QList<bool>());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCOMPARE(dialog.isNull(), !question);
+        delete dialog;
+    }
+
+    // The styled buttons and the rows of the robot tree.
+    void buttonColoursAndFocus();
+    void animationLoopsOnlyWhileShown_data();
+    void animationLoopsOnlyWhileShown();
+    void rowMenusLockAndBadge();
+    void rowsRegisterTheirFontOnce();
+
+private:
+    std::unique_ptr<FramedWindow> window;
+    Titlebar* bar = nullptr;
+};
+
+void TestWidgets::buttonColoursAndFocus()
+{
+    // Disabled, normal and hover colours: the last one given stands for the focus state's too.
+    auto* button = new QButton({ u"#ff0000"_s, u"#00ff00"_s, u"#0000ff"_s });
+    window->layout()->addWidget(button);
+    button->setMinimumSize(80, 40);
+    button->show();
+    window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(window.get()));
+    const auto centreColour = [button] {
+        const QImage image = button->grab().toImage();
+        return image.pixelColor(image.width() / 2, image.height() / 2);
+    };
+    QCOMPARE(centreColour(), QColor(0, 255, 0));
+    button->setFocus();
+    QCOMPARE(centreColour(), QColor(0, 0, 255));
+    // Letting go of the mouse drops the focus.
+    QTest::mouseClick(button, Qt::LeftButton);
+    QVERIFY(!button->hasFocus());
+    button->setEnabled(false);
+    QCOMPARE(centreColour(), QColor(255, 0, 0));
+}
+
+void TestWidgets::animationLoopsOnlyWhileShown_data()
+{
+    QTest::addColumn<QString>("gif");
+    QTest::newRow("endless") << u":/images/loading.gif"_s;
+    QTest::newRow("played once, restarted") << QStringLiteral(TEST_DATA_DIR "/once.gif");
+}
+
+void TestWidgets::animationLoopsOnlyWhileShown()
+{
+    QFETCH(QString, gif);
+    QLoadingButton button;
+    button.start();
+    button.stop();
+    button.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&button));
+    button.setGif(gif);
+    QVERIFY(button.icon().isNull());
+    button.start();
+    QTRY_VERIFY(!button.icon().isNull());
+    // Past its last frame the animation goes on from the first (played fast, to get there soon).
+    QSignalSpy frames(button.movie, &QMovie::frameChanged);
+    button.movie->setSpeed(1000);
+    QTRY_VERIFY(frames.count() > button.movie->frameCount());
+    QCOMPARE(button.movie->state(), QMovie::Running);
+    // A hidden button's animation must not keep a timer running.
+    button.hide();
+    QCOMPARE(button.movie->state(), QMovie::Paused);
+    button.show();
+    QCOMPARE(button.movie->state(), QMovie::Running);
+    button.stop();
+    QVERIFY(button.icon().isNull());
+}
+
+void TestWidgets::rowMenusLockAndBadge()
+{
+    TreeItem row(u"Invoices"_s);
+    TreeHeader header(u"ROBOTS"_s);
+    row.show();
+    header.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&row) && QTest::qWaitForWindowExposed(&header));
+    QCOMPARE(contextMenu(&header), QStringList({ u"Connect All"_s, u"Disconnect All"_s }));
+
+    // Receivers still see the previous enabling while the signal is delivered.
+    QList<bool> seen;
+    connect(&row, &TreeItem::connectAction, &row, [&] { seen << row.connectAct->isEnabled(); });
+    connect(&row, &TreeItem::disconnectAction, &row, [&] { seen << row.disconnectAct->isEnabled(); });
+    const QStringList disconnected = { u"Connect"_s, u"Logs"_s, u"-Clear"_s, u"-Disconnect"_s, u"Lock"_s };
+    QCOMPARE(contextMenu(&row), disconnected);
+    row.connectAct->trigger();
+    QCOMPARE(contextMenu(&row), QStringList({ u"-Connect"_s, u"Logs"_s, u"Clear"_s, u"Disconnect"_s, u"Lock"_s }));
+    row.disconnectAct->trigger();
+    QCOMPARE(contextMenu(&row), disconnected);
+    QCOMPARE(seen, QList<bool>({ true, true }));
+
+    QSignalSpy locks(&row, &TreeItem::lockAction);
+    row.lockAct->trigger();
+    QCOMPARE(row.lockAct->text(), u"Unlock"_s);
+    row.lockAct->trigger();
+    QCOMPARE(row.lockAct->text(), u"Lock"_s);
+    QCOMPARE(locks, QList<QList<QVariant>>({ { true }, { false } }));
+
+    row.addUnread(9);
+    QCOMPARE(row.badgeLabel->text(), u"9"_s);
+    row.addUnread(1);
+    QCOMPARE(row.badgeLabel->text(), u"9+"_s);
+    QCOMPARE(row.badgeLabel->toolTip(), u"10 new messages"_s);
+    row.resetUnread();
+    QVERIFY(row.badgeLabel->isHidden());
+}
+
+void TestWidgets::rowsRegisterTheirFontOnce()
+{
+    // Font ids count up with each registration, so two probe registrations frame whatever the rows registered.
+    const QString probe = u":/fonts/Poppins-Regular.ttf"_s;
+    const TreeItem first(u"a"_s);
+    const int before = QFontDatabase::addApplicationFont(probe);
+    const TreeItem second(u"b"_s);
+    const TreeHeader header(u"ROBOTS"_s);
+    QCOMPARE(QFontDatabase::addApplicationFont(probe), before + 1);
+}
+
+QTEST_MAIN(TestWidgets)
+#include "test_widgets.moc"
