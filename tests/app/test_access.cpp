@@ -1,4 +1,5 @@
 #include "programdriver.h"
+#include "runtool.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,12 +15,9 @@ namespace {
 
 constexpr int stepTimeoutMs = 30000;
 
-// Runs a tool and answers its standard output; one that hangs ends with its QProcess.
 QString runTool(const QString& name, const QStringList& arguments, int timeoutMs = 10000)
 {
-    QProcess process;
-    process.start(name, arguments);
-    return process.waitForFinished(timeoutMs) ? QString::fromUtf8(process.readAllStandardOutput()) : QString();
+    return QString::fromUtf8(testsupport::runTool(name, arguments, timeoutMs).out);
 }
 
 // Signs in to "Acme" and lists robots r1 "Invoices" and r2 "Reports"; the robot's runner then reports it connected
