@@ -216,14 +216,9 @@ private slots:
         // "folder" and "pipe" stand in the file's place.
         QTest::addColumn<QByteArray>("yaml");
         QTest::addColumn<QByteArray>("reason");
-        const QByteArray malformed = "credentials:\n  acme: [unclosed\n";
-        std::string message;
-        try {
-            YAML::Load(malformed.toStdString());
-        } catch (const YAML::Exception& e) {
-            message = e.what();
-        }
-        QTest::newRow("malformed") << malformed << QByteArray::fromStdString(message);
+        // The library's own message, with the place of the error.
+        QTest::newRow("malformed") << QByteArray("credentials:\n  acme: [unclosed\n")
+                                   << QByteArray("yaml-cpp: error at line 3, column 1: end of sequence flow not found");
         QTest::newRow("folder") << QByteArray("folder") << QByteArray("is a folder, not a file");
         QTest::newRow("pipe") << QByteArray("pipe") << QByteArray("is not a regular file");
     }
