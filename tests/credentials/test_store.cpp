@@ -27,12 +27,16 @@ const QByteArray twoEntries
       "  zeta.oxmerel.cloud: {identity: z, password: cHc=, robots: [r1, r2], vaults: {v1: one}, extra: kept}\n"
       "  alpha.oxmerel.cloud: {identity: a, password: cHc=, robots: [r3], vaults: {v2: two}}\n";
 
-// A forked copy ends without the exit handlers that write coverage counts; with coverage built in, it writes its own.
-extern "C" void __gcov_dump() __attribute__((weak));
-void writeCoverage(int = 0)
+// A forked copy that aborts ends without the exit handlers that write coverage counts; with coverage built in, it
+// writes its own.
+#ifdef OXMEREL_COVERAGE
+extern "C" void __gcov_dump();
+#endif
+void writeCoverage(int)
 {
-    if (__gcov_dump)
-        __gcov_dump();
+#ifdef OXMEREL_COVERAGE
+    __gcov_dump();
+#endif
 }
 
 // Runs body in a forked copy of this process and returns its wait status, so that a crash stays in the copy.
@@ -46,7 +50,6 @@ int inChild(const std::function<void()>& body)
         ::setrlimit(RLIMIT_CORE, &noCore);
         // As in the program, an exception that nothing catches reaches std::terminate, not the test library.
         [&body]() noexcept { body(); }();
-        writeCoverage();
         ::_exit(0);
     }
     int status = 0;
