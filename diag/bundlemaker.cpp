@@ -96,8 +96,10 @@ void BundleMaker::addAll(const QByteArray& systemFacts)
     if (entry.isEmpty()) {
         manifest.leaveOut(QStringLiteral("autostart.txt"), QStringLiteral("no auto-start entry"));
     } else {
+        // Redacted first: the order in which arguments are evaluated is unspecified.
         QStringList found;
-        addText(QStringLiteral("autostart.txt"), lines.redact(entry, &found), found.join(QStringLiteral(", ")));
+        const QByteArray redacted = lines.redact(entry, &found);
+        addText(QStringLiteral("autostart.txt"), redacted, found.join(QStringLiteral(", ")));
     }
 
     addLocks();

@@ -1,4 +1,7 @@
+#include "processes.h"
 #include "programdriver.h"
+#include "runtool.h"
+#include "tempfiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -6,7 +9,6 @@
 #include <QTest>
 
 #include <memory>
-#include <signal.h>
 
 using testsupport::ProgramDriver;
 
@@ -14,12 +16,9 @@ namespace {
 
 constexpr int stepTimeoutMs = 30000;
 
-// Runs a tool and answers its standard output; one that hangs ends with its QProcess.
 QString runTool(const QString& name, const QStringList& arguments, int timeoutMs = 10000)
 {
-    QProcess process;
-    process.start(name, arguments);
-    return process.waitForFinished(timeoutMs) ? QString::fromUtf8(process.readAllStandardOutput()) : QString();
+    return QString::fromUtf8(testsupport::runTool(name, arguments, timeoutMs).out);
 }
 
 // Signs in to "Acme" and lists robots r1 "Invoices" and r2 "Reports"; the robot's runner then reports it connected
@@ -41,15 +40,14 @@ hang
 
 } // namespace
 
-// The real program on a private X server, seen through the accessibility bus as a screen reader sees it and driven
-// from the keyboard only, against the runtime simulator.
+// The real program on a private X server and session bus, seen through the accessibility bus as a screen reader sees
+// it and driven from the keyboard only, against the runtime simulator.
 class TestAccess final : public QObject
 {
     Q_OBJECT
 
 private slots:
     void initTestCase();
-    void cleanupTestCase();
     void keyboardOnlyFlowAndNames();
 
 private:
@@ -66,40 +64,19 @@ private:
 
     std::unique_ptr<ProgramDriver> program;
     QString window;
-    qint64 busPid = 0;
 };
 
 void TestAccess::initTestCase()
 {
-    // A session bus of the test's own, so that the program's accessibility bus is private too.
-    const QString launched = runTool(QStringLiteral("dbus-launch"), { QStringLiteral("--sh-syntax") });
-    const QRegularExpression variable(
-        QStringLiteral("^(DBUS_SESSION_BUS_\\w+)='?([^';]*)'?;"), QRegularExpression::MultilineOption);
-    for (auto it = variable.globalMatch(launched); it.hasNext();) {
-        const QRegularExpressionMatch match = it.next();
-        if (match.captured(1) == QLatin1String("DBUS_SESSION_BUS_PID"))
-            busPid = match.captured(2).toLongLong();
-        qputenv(match.captured(1).toLatin1(), match.captured(2).toLocal8Bit());
-    }
-    QVERIFY2(busPid > 0, qPrintable(launched));
-    qputenv("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1");
-    qputenv("PATH", qgetenv("OXMEREL_SIM_DIR") + ':' + qgetenv("PATH"));
     const QString scenarioPath = QDir::home().filePath(QStringLiteral("scenario"));
-    QFile file(scenarioPath);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(scenario) > 0);
+    QVERIFY(testsupport::writeFile(scenarioPath, scenario));
     qputenv("OXMEREL_SIM_SCENARIO", QFile::encodeName(scenarioPath));
+    testsupport::useSimulator(QDir::homePath());
     program = std::make_unique<ProgramDriver>();
     QVERIFY(program->started());
     window = program->mainWindow();
     QVERIFY(!window.isEmpty());
     runTool(QStringLiteral("xdotool"), { QStringLiteral("windowfocus"), QStringLiteral("--sync"), window });
-}
-
-void TestAccess::cleanupTestCase()
-{
-    // The bus ends the accessibility bus and registry it started.
-    if (busPid > 0)
-        ::kill(static_cast<pid_t>(busPid), SIGTERM);
 }
 
 QStringList TestAccess::walk(const QString& option) const

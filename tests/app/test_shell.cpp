@@ -1,15 +1,16 @@
 #include "appglobals.h"
 #include "runguard.h"
+#include "runtool.h"
 #include "tempfiles.h"
 
 #include <QDir>
 #include <QFontDatabase>
 #include <QImage>
 #include <QMovie>
-#include <QProcess>
-#include <QResource>
 #include <QTemporaryDir>
 #include <QTest>
+
+using namespace Qt::StringLiterals;
 
 // The application shell in process: the single-instance names and the resource bundle. The guard itself is exercised
 // by the real program's tests.
@@ -18,82 +19,48 @@ class TestShell final : public QObject
     Q_OBJECT
 
 private slots:
-    void derivedNames();
-    void fontsLoad();
-    void imagesLoad();
-    void templates();
-    void guardFailureSaysWhy();
-};
-
-void TestShell::derivedNames()
-{
-    // SHA-1 of key and salt joined without separator, as sha1sum gives them: every copy must find the same names.
-    QCOMPARE(RunGuard::deriveKey(applicationKey, QStringLiteral("_memLockKey")),
-        QStringLiteral("c8d70c414c720ea15816cdb183b36ae23013175b"));
-    QCOMPARE(RunGuard::deriveKey(applicationKey, QStringLiteral("_sharedmemKey")),
-        QStringLiteral("a991107e82dafad870bfd5de05305f3220f44249"));
-}
-
-void TestShell::fontsLoad()
-{
-    // Nine weights, each upright and italic.
-    const QStringList fonts = QDir(QStringLiteral(":/fonts")).entryList({ QStringLiteral("*.ttf") });
-    QCOMPARE(fonts.size(), 18);
-    for (const QString& name : fonts) {
-        const QString path = QStringLiteral(":/fonts/") + name;
-        QCOMPARE(QResource(path).compressionAlgorithm(), QResource::NoCompression);
-        const int id = QFontDatabase::addApplicationFont(path);
-        QCOMPARE(QFontDatabase::applicationFontFamilies(id).value(0), QStringLiteral("Poppins"));
-    }
-}
-
-void TestShell::imagesLoad()
-{
-    // Only the spinner is stored compressed, and with zlib.
-    const QStringList images = QDir(QStringLiteral(":/images")).entryList();
-    QCOMPARE(images.size(), 18);
-    for (const QString& name : images) {
-        const QString path = QStringLiteral(":/images/") + name;
-        const bool spinner = name == QStringLiteral("loading.gif");
+    void derivedNames()
+    {
+        // SHA-1 of key and salt joined without separator, as sha1sum gives them: every copy must find the same names.
+        QCOMPARE(RunGuard::deriveKey(applicationKey, u"_memLockKey"_s), u"c8d70c414c720ea15816cdb183b36ae23013175b"_s);
         QCOMPARE(
-            QResource(path).compressionAlgorithm(), spinner ? QResource::ZlibCompression : QResource::NoCompression);
-        QVERIFY2(spinner ? QMovie(path).frameCount() > 1 : !QImage(path).isNull(), qPrintable(path));
+            RunGuard::deriveKey(applicationKey, u"_sharedmemKey"_s), u"a991107e82dafad870bfd5de05305f3220f44249"_s);
     }
-}
 
-void TestShell::templates()
-{
-    QCOMPARE(QString::fromUtf8(testsupport::readFile(QStringLiteral(":/resources/oxmerel.desktop")))
-                 .split(QLatin1Char('\n'), Qt::SkipEmptyParts),
-        QStringList({ QStringLiteral("[Desktop Entry]"), QStringLiteral("Name=Oxmerel"),
-            QStringLiteral("StartupWMClass=Oxmerel"), QStringLiteral("Comment=Oxmerel RPA"),
-            QStringLiteral("Exec=sh -c \"/usr/bin/oxmerel-tray --auto-start\""), QStringLiteral("Terminal=false"),
-            QStringLiteral("Type=Application"), QStringLiteral("Encoding=UTF-8"),
-            QStringLiteral("Categories=Network;Application;") }));
-    const QByteArray agent = testsupport::readFile(QStringLiteral(":/resources/oxmerel.plist"));
-    QVERIFY(agent.contains("<key>RunAtLoad</key>"));
-    QVERIFY(agent.contains("<key>PATH</key>\n        <string>/usr/local/bin:/usr/bin</string>"));
-}
+    void resourcesLoad()
+    {
+        // Nine weights, each upright and italic.
+        const QStringList fonts = QDir(u":/fonts"_s).entryList({ u"*.ttf"_s });
+        QCOMPARE(fonts.size(), 18);
+        for (const QString& name : fonts) {
+            const int id = QFontDatabase::addApplicationFont(u":/fonts/"_s + name);
+            QCOMPARE(QFontDatabase::applicationFontFamilies(id).value(0), u"Poppins"_s);
+        }
+        const QStringList images = QDir(u":/images"_s).entryList();
+        QCOMPARE(images.size(), 18);
+        for (const QString& name : images) {
+            const QString path = u":/images/"_s + name;
+            QVERIFY2(
+                name == "loading.gif"_L1 ? QMovie(path).frameCount() > 1 : !QImage(path).isNull(), qPrintable(path));
+        }
+    }
 
-void TestShell::guardFailureSaysWhy()
-{
-    // A file where the temporary folder should be: the guard's names cannot be made there.
-    QTemporaryDir dir;
-    const QString notAFolder = dir.filePath(QStringLiteral("tmp"));
-    QVERIFY(testsupport::writeFile(notAFolder, {}));
-    QProcess program;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("TMPDIR"), notAFolder);
-    program.setProcessEnvironment(environment);
-    program.start(qEnvironmentVariable("OXMEREL_TRAY_BIN"), {});
-    QVERIFY(program.waitForFinished(30000));
-    QCOMPARE(program.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(program.exitCode(), 0);
-    const QString error = QString::fromLocal8Bit(program.readAllStandardError()).trimmed();
-    QVERIFY2(error.startsWith(QStringLiteral("Oxmerel Connect: cannot create the single-instance guard")),
-        qPrintable(error));
-    QVERIFY2(error.contains(notAFolder) && !error.contains(QLatin1Char('\n')), qPrintable(error));
-}
+    void guardFailureSaysWhy()
+    {
+        // A file where the temporary folder should be: the guard's names cannot be made there.
+        QTemporaryDir dir;
+        const QString notAFolder = dir.filePath(u"tmp"_s);
+        QVERIFY(testsupport::writeFile(notAFolder, {}));
+        const QByteArray tmp = qgetenv("TMPDIR");
+        qputenv("TMPDIR", QFile::encodeName(notAFolder));
+        const auto program = testsupport::runTool(qEnvironmentVariable("OXMEREL_TRAY_BIN"), {}, 30000);
+        qputenv("TMPDIR", tmp);
+        QCOMPARE(program.exitCode, 0);
+        const QString error = QString::fromLocal8Bit(program.err).trimmed();
+        QVERIFY2(error.startsWith(u"Oxmerel Connect: cannot create the single-instance guard"_s), qPrintable(error));
+        QVERIFY2(error.contains(notAFolder) && !error.contains('\n'_L1), qPrintable(error));
+    }
+};
 
 QTEST_MAIN(TestShell)
 #include "test_shell.moc"

@@ -1,11 +1,12 @@
-#include "diagrunner.h"
 #include "paths.h"
+#include "runtool.h"
 #include "tempfiles.h"
 
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QMap>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <archive.h>
@@ -58,7 +59,11 @@ class TestDiag final : public QObject
     Q_OBJECT
 
 private slots:
-    void init() { QDir(QDir::homePath()).removeRecursively(); }
+    void init()
+    {
+        QDir home = QDir::home();
+        QVERIFY(home.removeRecursively() && home.mkpath(u"."_s));
+    }
 
     void bundleHoldsNoSecret_data()
     {
@@ -118,7 +123,7 @@ private slots:
         QVERIFY(entries.value(u"MANIFEST.txt"_s).contains("authorization header ×1 (line 1)"));
     }
 
-    void manifestNamesWhatItCannotRead()
+    void manifestNamesWhatItLeavesOut()
     {
         // The tests run as root, who reads any file; these parts cannot be read whatever the permissions.
         QVERIFY(QDir().mkpath(credentialsYamlPath()));
@@ -128,29 +133,40 @@ private slots:
         const QString logs = logsRoot() + u"/Acme"_s;
         QVERIFY(writeFile(logs + u"/new.log"_s, "fresh\n"));
         QVERIFY(writeFile(logs + u"/old.log"_s, "stale\n"));
+        QVERIFY(writeFile(logs + u"/big.log"_s, QByteArray(300, 'b').append('\n').repeated(1000)));
         QFile old(logs + u"/old.log"_s);
         QVERIFY(old.open(QIODevice::ReadWrite));
         QVERIFY(old.setFileTime(QDateTime::currentDateTime().addDays(-10), QFileDevice::FileModificationTime));
         old.close();
         QCOMPARE(::mkfifo(QFile::encodeName(logs + u"/pipe"_s).constData(), 0600), 0);
+        QVERIFY(QFile::link(logs, logsRoot() + u"/linked"_s));
+        QVERIFY(writeFile(robotLocksDir() + u"/rb-reports.lock"_s, {}));
+        QVERIFY(writeFile(QDir::homePath() + u"/.config/autostart/oxmerel.desktop"_s, "Exec=tray password=Ex-9\n"));
 
         const auto dryRun = runDiag({ u"bundle"_s, u"--dry-run"_s });
         QCOMPARE(dryRun.exitCode, 0);
         for (const char* expected : { "credentials.yaml: a folder where a file should be",
                  "credentials.json: not valid JSON", "tray.ini: a link to", "logs/Acme/pipe: not a regular file",
-                 "logs/: 1 files older than 3 days", "logs/Acme/new.log  6 bytes" }) {
+                 "logs/: 1 files older than 3 days", "logs/Acme/new.log  6 bytes", "logs/Acme/big.log  301000 bytes",
+                 "logs/linked: a link to a folder, not followed", "tray/robots/rb-reports.lock  0 bytes" }) {
             QVERIFY2(dryRun.out.contains(expected), expected);
         }
+        QVERIFY(
+            QString::fromUtf8(dryRun.out).contains(QRegularExpression(u"autostart.txt  \\d+ bytes; masked: pass"_s)));
         QDirIterator zips(QDir::homePath(), { u"*.zip"_s }, QDir::Files, QDirIterator::Subdirectories);
         QVERIFY2(!zips.hasNext(), "a dry run wrote a bundle");
 
         const QString zip = QDir::homePath() + u"/bundle.zip"_s;
         QCOMPARE(runDiag({ u"bundle"_s, u"-o"_s, zip }).exitCode, 0);
-        QVERIFY(unpack(zip).value(u"MANIFEST.txt"_s).contains("logs/Acme/pipe: not a regular file"));
+        const QMap<QString, QByteArray> entries = unpack(zip);
+        QVERIFY(entries.value(u"MANIFEST.txt"_s).contains("logs/Acme/pipe: not a regular file"));
+        QCOMPARE(entries.value(u"logs/Acme/big.log"_s).size(), 301000);
+        QVERIFY(!entries.value(u"autostart.txt"_s).contains("Ex-9"));
     }
 
-    void statusOfStoppedProgram_data()
+    void commandsOfAStoppedProgram_data()
     {
+        // A null credentials file: an empty home.
         QTest::addColumn<QByteArray>("credentials");
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<int>("exitCode");
@@ -161,32 +177,41 @@ private slots:
                                      u"Locked robots: rb-reports"_s };
         QTest::newRow("json") << acmeCredentials << QStringList { u"status"_s, u"--json"_s } << 3
                               << QStringList { u"\"running\": false"_s, u"\"rb-reports\""_s };
-        QTest::newRow("malformed credentials")
-            << QByteArray("credentials: {a: [") << QStringList { u"status"_s } << 2 << QStringList {};
+        QTest::newRow("malformed credentials") << QByteArray("credentials: {a: [") << QStringList { u"status"_s } << 2
+                                               << QStringList { u"oxmerel-connect-diag: "_s };
         const QList<QStringList> badUsages = { {}, { u"frobnicate"_s }, { u"status"_s, u"--days"_s, u"3"_s },
             { u"bundle"_s, u"--days"_s, u"x"_s }, { u"bundle"_s, u"-o"_s }, { u"bundle"_s, u"--dry-run=1"_s } };
         for (const QStringList& usage : badUsages)
             QTest::newRow(qPrintable(u"bad usage: "_s + usage.join(' '_L1)))
-                << acmeCredentials << usage << 2 << QStringList {};
+                << acmeCredentials << usage << 2 << QStringList { u"Try 'oxmerel-connect-diag --help'."_s };
         QTest::newRow("help") << acmeCredentials << QStringList { u"--help"_s } << 0
                               << QStringList { u"bundle [-o FILE.zip] [--days N] [--dry-run]"_s, u"status [--json]"_s };
         QTest::newRow("version") << acmeCredentials << QStringList { u"--version"_s } << 0
                                  << QStringList { u"v25.4.2"_s };
+        QTest::newRow("empty home") << QByteArray() << QStringList { u"bundle"_s, u"--dry-run"_s } << 0
+                                    << QStringList { u"credentials.yaml: missing"_s, u"logs/: missing"_s };
+        // Without a desktop folder the bundle goes to the home folder.
+        QTest::newRow("default bundle") << QByteArray() << QStringList { u"bundle"_s } << 0
+                                        << QStringList { QDir::homePath() + u"/oxmerel-connect-diag-"_s };
+        QTest::newRow("unwritable bundle")
+            << QByteArray() << QStringList { u"bundle"_s, u"-o"_s, u"/no/such/b.zip"_s } << 1
+            << QStringList { u"oxmerel-connect-diag: cannot write /no/such/b.zip: "_s };
     }
 
-    void statusOfStoppedProgram()
+    void commandsOfAStoppedProgram()
     {
         QFETCH(QByteArray, credentials);
         QFETCH(QStringList, arguments);
         QFETCH(int, exitCode);
         QFETCH(QStringList, expected);
-        QVERIFY(writeFile(credentialsYamlPath(), credentials));
-        QVERIFY(writeFile(robotLocksDir() + u"/rb-reports.lock"_s, {}));
-
+        if (!credentials.isNull()) {
+            QVERIFY(writeFile(credentialsYamlPath(), credentials));
+            QVERIFY(writeFile(robotLocksDir() + u"/rb-reports.lock"_s, {}));
+        }
         const auto result = runDiag(arguments);
         QCOMPARE(result.exitCode, exitCode);
         for (const QString& text : std::as_const(expected))
-            QVERIFY2(result.out.contains(text.toUtf8()), qPrintable(text));
+            QVERIFY2(QByteArray(result.out + result.err).contains(text.toUtf8()), qPrintable(text));
         QVERIFY(!result.out.contains(base64("Pw-acme-7781!")));
     }
 };

@@ -1,6 +1,6 @@
-#include "diagrunner.h"
 #include "paths.h"
 #include "programdriver.h"
+#include "runtool.h"
 #include "tempfiles.h"
 
 #include <QJsonArray>

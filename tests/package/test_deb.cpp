@@ -1,6 +1,7 @@
 #include "paths.h"
 #include "processes.h"
 #include "programdriver.h"
+#include "runtool.h"
 #include "tempfiles.h"
 
 #include <QDir>
@@ -74,12 +75,9 @@ private:
     // Runs a tool to its end; answers its output (both channels), or a null text when it failed.
     static QString run(const QString& tool, const QStringList& arguments)
     {
-        QProcess process;
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(tool, arguments);
-        const bool ended = process.waitForFinished(120000) && process.exitStatus() == QProcess::NormalExit;
-        const QString output = QString::fromLocal8Bit(process.readAll());
-        if (ended && process.exitCode() == 0)
+        const auto result = testsupport::runTool(tool, arguments, 120000);
+        const QString output = QString::fromLocal8Bit(result.out + result.err);
+        if (result.exitCode == 0)
             return output.isNull() ? u""_s : output;
         qWarning().noquote() << tool << "failed:" << output;
         return {};

@@ -6,8 +6,6 @@
 #include "tempfiles.h"
 
 #include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -19,6 +17,8 @@
 
 using namespace Qt::StringLiterals;
 using testsupport::alive;
+using testsupport::simulatorPids;
+using testsupport::simulatorRecords;
 
 // The handler against a real child: the runtime simulator, found on PATH under the runtime's names.
 class TestProcHandler final : public QObject
@@ -39,10 +39,10 @@ private slots:
 
 private:
     ProcHandler* run(const QByteArray& scenario, const QString& robotId = {}, const QString& password = {});
-    QStringList recorded(const QString& key) const;
-    qint64 grandchild() const;
+    qint64 grandchild() const { return simulatorPids(record, u"child"_s).value(0); }
 
     QTemporaryDir dir;
+    QString record;
     std::unique_ptr<ProcHandler> handler;
     // Every signal of the handler (and every warning shown), in arrival order, as text.
     QStringList events;
@@ -52,8 +52,7 @@ void TestProcHandler::initTestCase()
 {
     registerRecordMetaTypes();
     QVERIFY(dir.isValid());
-    qputenv("PATH", qgetenv("OXMEREL_SIM_DIR") + ':' + qgetenv("PATH"));
-    qputenv("OXMEREL_SIM_RECORD", QFile::encodeName(dir.filePath(u"record.jsonl"_s)));
+    record = testsupport::useSimulator(dir.path());
     RuntimePrompts::setWarningHook(
         [this](const QString& title, const QString&) { events.append(u"warning "_s + title); });
 }
@@ -67,7 +66,7 @@ void TestProcHandler::cleanup()
     handler.reset();
     if (const qint64 spawned = grandchild(); alive(spawned))
         ::kill(static_cast<pid_t>(spawned), SIGKILL);
-    QFile::remove(dir.filePath(u"record.jsonl"_s));
+    QFile::remove(record);
     RuntimePrompts::setInputHook(nullptr);
     events.clear();
 }
@@ -125,7 +124,8 @@ print {"status":"waiting_selection","items":[)"
         QStringList({ u"log t0|info|plain"_s, u"log t1|info|up"_s, u"connected null"_s, u"loggedIn Acme"_s,
             u"log ||s"_s, u"log |info|c"_s, u"log ||n"_s, u"log ||only msg"_s, u"log ||caf\u00e9"_s, u"log ||tail"_s,
             invalid, u"listed [r1/A,/,r1/B]"_s, listing, u"log ||end"_s, u"exit 0 normal"_s }));
-    QCOMPARE(recorded(u"stdin"_s), QStringList({ u"p\u00e4ss word"_s, u"token-\u00e9"_s, u"last-\u00e9"_s }));
+    QCOMPARE(simulatorRecords(record, u"stdin"_s),
+        QStringList({ u"p\u00e4ss word"_s, u"token-\u00e9"_s, u"last-\u00e9"_s }));
     QCOMPARE(asked, QStringList({ u"Token"_s, u"Cancelled"_s, u"Empty"_s, u"Last"_s }));
 }
 
@@ -173,7 +173,7 @@ void TestProcHandler::someLinesPauseReading()
     handler->process->closeWriteChannel();
     QTRY_VERIFY(events.contains(u"exit 0 normal"_s));
     QCOMPARE(events, firstEvents + QStringList({ u"log ||second"_s, u"log ||third"_s, u"exit 0 normal"_s }));
-    QCOMPARE(recorded(u"stdin"_s), answers);
+    QCOMPARE(simulatorRecords(record, u"stdin"_s), answers);
 }
 
 void TestProcHandler::endlessLinesAreDropped_data()
@@ -274,26 +274,6 @@ ProcHandler* TestProcHandler::run(const QByteArray& scenario, const QString& rob
     });
     h->start(runnerProgram(), {});
     return h;
-}
-
-// Every value the simulator recorded under key, in order, as text; arrays are spread out.
-QStringList TestProcHandler::recorded(const QString& key) const
-{
-    QStringList values;
-    const QList<QByteArray> lines = testsupport::readFile(dir.filePath(u"record.jsonl"_s)).split('\n');
-    for (const QByteArray& line : lines) {
-        const QJsonValue value = QJsonDocument::fromJson(line).object().value(key);
-        if (value.isArray())
-            values += value.toVariant().toStringList();
-        else if (!value.isUndefined())
-            values.append(value.toVariant().toString());
-    }
-    return values;
-}
-
-qint64 TestProcHandler::grandchild() const
-{
-    return recorded(u"child"_s).value(0).toLongLong();
 }
 
 QTEST_GUILESS_MAIN(TestProcHandler)

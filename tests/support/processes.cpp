@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QVariant>
 
 namespace testsupport {
 
@@ -38,16 +39,24 @@ bool groupAlive(qint64 group)
     return false;
 }
 
-QList<qint64> simulatorPids(const QString& recordPath, const QString& key)
+QStringList simulatorRecords(const QString& recordPath, const QString& key)
 {
-    QList<qint64> pids;
+    QStringList values;
     const QList<QByteArray> lines = readFile(recordPath).split('\n');
     for (const QByteArray& line : lines) {
         const QJsonObject record = QJsonDocument::fromJson(line).object();
         // Every record carries "pid"; a start is the one with "argv".
         if (record.contains(key == QStringLiteral("pid") ? QStringLiteral("argv") : key))
-            pids.append(record.value(key).toInteger());
+            values.append(record.value(key).toVariant().toString());
     }
+    return values;
+}
+
+QList<qint64> simulatorPids(const QString& recordPath, const QString& key)
+{
+    QList<qint64> pids;
+    for (const QString& value : simulatorRecords(recordPath, key))
+        pids.append(value.toLongLong());
     return pids;
 }
 

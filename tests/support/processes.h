@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 namespace testsupport {
 
@@ -9,8 +10,9 @@ namespace testsupport {
 bool alive(qint64 pid);
 // True while a process that is not a zombie is in the process group.
 bool groupAlive(qint64 group);
-// The pids the runtime simulator recorded under key: "pid" of every start of a program, "child" of every
-// grandchild it spawned.
+// The values the runtime simulator recorded under key, in order, as text: "stdin" every line it read, "child" the pid
+// of every grandchild it spawned, "pid" that of every start of a program.
+QStringList simulatorRecords(const QString& recordPath, const QString& key);
 QList<qint64> simulatorPids(const QString& recordPath, const QString& key);
 // Puts the runtime simulator first on PATH, so that programs started next find it as the runtime, and has it record
 // into record.jsonl of folder; answers that file's path.

@@ -1,5 +1,7 @@
 #include "programdriver.h"
 
+#include "runtool.h"
+
 #include <QRegularExpression>
 #include <QTest>
 
@@ -16,12 +18,9 @@ namespace {
 // A tray host embeds icons of at most its own height; the main window and menus are far larger.
 constexpr int maximumTrayIconSide = 32;
 
-// Runs an X tool and answers its standard output (empty on failure; one that hangs ends with its QProcess).
 QString tool(const QString& name, const QStringList& arguments)
 {
-    QProcess process;
-    process.start(name, arguments);
-    return process.waitForFinished(5000) ? QString::fromUtf8(process.readAllStandardOutput()) : QString();
+    return QString::fromUtf8(runTool(name, arguments, 5000).out);
 }
 
 QString windowTitle(const QString& window)

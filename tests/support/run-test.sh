@@ -1,13 +1,16 @@
 #!/usr/bin/env bash
 # Runs one test executable with a fresh temporary HOME. With --desktop it also starts a private X server (Xvfb) and a
-# tray host (trayer) for it, and ends exactly those processes afterwards, by pid.
+# tray host (trayer) for it, and ends exactly those processes afterwards, by pid; with --bus it runs the test on a
+# session bus of its own, which ends with it.
 set -u
 
 desktop=0
-if [ "${1:-}" = "--desktop" ]; then
-    desktop=1
+bus=()
+while [ "${1:-}" = "--desktop" ] || [ "${1:-}" = "--bus" ]; do
+    [ "$1" = "--desktop" ] && desktop=1
+    [ "$1" = "--bus" ] && bus=(dbus-run-session --)
     shift
-fi
+done
 
 home=$(mktemp -d "${TMPDIR:-/tmp}/oxmerel-test-home.XXXXXX")
 export HOME="$home"
@@ -41,4 +44,4 @@ else
     export QT_QPA_PLATFORM=offscreen
 fi
 
-"$@"
+"${bus[@]}" "$@"

@@ -1,3 +1,4 @@
+#include "autostart.h"
 #include "connectdialog.h"
 #include "statusdialog.h"
 #include "tempfiles.h"
@@ -13,7 +14,6 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -37,14 +37,12 @@ public slots:
     void open(const QUrl& url) { opened.append(url); }
 };
 
-// The tray and a status dialog in process, on a display with a tray host, so that the tray's icon is a real
-// embedded window and its balloon shows.
+// The tray, its auto-start entries and a status dialog in process, on a display with a tray host, so that the tray's
+// icon is a real embedded window and its balloon shows.
 class TestTray final : public QObject
 {
     Q_OBJECT
 
-    // Never the user's own: the tests switch auto-start.
-    const QTemporaryDir configHome;
     std::unique_ptr<Tray> tray;
     std::unique_ptr<StatusDialog> status;
 
@@ -73,7 +71,6 @@ class TestTray final : public QObject
 private slots:
     void init()
     {
-        qputenv("XDG_CONFIG_HOME", configHome.path().toUtf8());
         tray = std::make_unique<Tray>();
         status = std::make_unique<StatusDialog>(nullptr);
     }
@@ -108,10 +105,40 @@ private slots:
         QCOMPARE(checks(), std::pair(false, true));
 
         // When the autostart folder cannot be made (a file holds its name), the checks still follow the choice.
-        QVERIFY(QDir(configHome.path() + u"/autostart"_s).removeRecursively());
-        QVERIFY(testsupport::writeFile(configHome.path() + u"/autostart"_s, {}));
+        const QString folder = qEnvironmentVariable("XDG_CONFIG_HOME") + u"/autostart"_s;
+        QVERIFY(QDir(folder).removeRecursively());
+        QVERIFY(testsupport::writeFile(folder, {}));
         entry(u"&Auto-Start"_s)->trigger();
         QCOMPARE(checks(), std::pair(true, false));
+    }
+
+    void autoStartEntriesNameTheExecutable()
+    {
+        // Quoting escapes ", `, $ and \ with a backslash; the key file's own escaping then doubles every backslash.
+        const QList<std::pair<QString, QString>> quoted
+            = { { u"/home/a b/tray"_s, u"\"/home/a b/tray\""_s }, { u"/x/$HOME"_s, u"\"/x/\\\\$HOME\""_s },
+                  { u"/x/a\"b"_s, u"\"/x/a\\\\\"b\""_s }, { u"/x/a\\b"_s, u"\"/x/a\\\\\\\\b\""_s },
+                  { u"/x/100%u"_s, u"\"/x/100%%u\""_s }, { u"/x/a\nb"_s, u"\"/x/a\\nb\""_s } };
+        for (const auto& [argument, written] : quoted)
+            QCOMPARE(autostart::quoteExecArgument(argument), written);
+        QCOMPARE(
+            autostart::runValue(u"C:/Program Files/App/app.exe"_s), u"C:\\Program Files\\App\\app.exe --auto-start"_s);
+
+        const QByteArray entry
+            = autostart::desktopEntry(testsupport::readFile(u":/resources/oxmerel.desktop"_s), u"/home/a b/tray"_s);
+        QCOMPARE(QString::fromUtf8(entry).split('\n'_L1, Qt::SkipEmptyParts),
+            QStringList({ u"[Desktop Entry]"_s, u"Name=Oxmerel"_s, u"StartupWMClass=Oxmerel"_s,
+                u"Comment=Oxmerel RPA"_s, u"Exec=\"/home/a b/tray\" --auto-start"_s, u"Terminal=false"_s,
+                u"Type=Application"_s, u"Encoding=UTF-8"_s, u"Categories=Network;Application;"_s }));
+
+        // Program and the first of ProgramArguments both name the executable; nothing else changes.
+        const QByteArray agentTemplate = testsupport::readFile(u":/resources/oxmerel.plist"_s);
+        QByteArray agent = agentTemplate;
+        agent.replace("/Applications/Oxmerel.app/Contents/MacOS/oxmerel-tray", "/Users/a&amp;b/tray");
+        QCOMPARE(agent.count("/Users/a&amp;b/tray"), 2);
+        QVERIFY(agent.contains("<key>RunAtLoad</key>"));
+        QVERIFY(agent.contains("<key>PATH</key>\n        <string>/usr/local/bin:/usr/bin</string>"));
+        QCOMPARE(autostart::launchAgent(agentTemplate, u"/Users/a&b/tray"_s), agent);
     }
 
     void middleClickShowsNothingOpenDoes()
