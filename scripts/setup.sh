@@ -10,7 +10,7 @@ packages=(
     clang-14 libfuzzer-14-dev libclang-rt-14-dev
     g++-mingw-w64-x86-64-posix wine64 desktop-file-utils
     libarchive-dev time
-    at-spi2-core python3-pyatspi dbus-daemon
+    at-spi2-core python3-pyatspi dbus-x11
 )
 
 missing=()

@@ -75,7 +75,7 @@ void TestAccess::initTestCase()
     program = std::make_unique<ProgramDriver>();
     QVERIFY(program->started());
     window = program->mainWindow();
-    QVERIFY(!window.isEmpty());
+    QVERIFY2(!window.isEmpty(), program->running() ? "the program runs but shows no window" : "the program ended");
     runTool(QStringLiteral("xdotool"), { QStringLiteral("windowfocus"), QStringLiteral("--sync"), window });
 }
 

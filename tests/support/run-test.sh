@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # Runs one test executable with a fresh temporary HOME. With --desktop it also starts a private X server (Xvfb) and a
-# tray host (trayer) for it, and ends exactly those processes afterwards, by pid; with --bus it runs the test on a
-# session bus of its own, which ends with it.
+# tray host (trayer) for it, and with --bus a session bus of its own; it ends exactly those processes afterwards, by
+# pid.
 set -u
 
 desktop=0
-bus=()
+bus=0
 while [ "${1:-}" = "--desktop" ] || [ "${1:-}" = "--bus" ]; do
     [ "$1" = "--desktop" ] && desktop=1
-    [ "$1" = "--bus" ] && bus=(dbus-run-session --)
+    [ "$1" = "--bus" ] && bus=1
     shift
 done
 
@@ -44,4 +44,10 @@ else
     export QT_QPA_PLATFORM=offscreen
 fi
 
-"${bus[@]}" "$@"
+if [ "$bus" = 1 ]; then
+    # dbus-launch, not dbus-run-session: under the latter the CI machine never saw the program's window.
+    eval "$(dbus-launch --sh-syntax)" || exit 1
+    pids+=("$DBUS_SESSION_BUS_PID")
+fi
+
+"$@"
