@@ -1,10 +1,15 @@
 #include "paths.h"
 #include "processes.h"
 #include "programdriver.h"
+#include "runtool.h"
 #include "tempfiles.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocalSocket>
 #include <QScopeGuard>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -16,6 +21,49 @@
 
 using namespace Qt::StringLiterals;
 using testsupport::ProgramDriver;
+
+namespace {
+
+// The diagnostics program's status of the running program, as JSON; its exit code goes to exitCode.
+QJsonObject diagStatus(int& exitCode)
+{
+    const auto result = testsupport::runDiag({ u"status"_s, u"--json"_s });
+    exitCode = result.exitCode;
+    return QJsonDocument::fromJson(result.out).object();
+}
+
+// The live record of a robot in a status answer, or an empty object.
+QJsonObject liveRobot(const QJsonObject& status, const QString& id)
+{
+    const QJsonArray workspaces = status.value(u"live"_s).toArray();
+    for (const QJsonValue& ws : workspaces) {
+        const QJsonArray robots = ws.toObject().value(u"robots"_s).toArray();
+        for (const QJsonValue& robot : robots) {
+            if (robot.toObject().value(u"id"_s).toString() == id)
+                return robot.toObject();
+        }
+    }
+    return {};
+}
+
+// Sends bytes on a fresh connection to the status socket; answers what came back before the program closed it, or
+// "(open)" when it stayed open.
+QByteArray exchange(const QByteArray& request)
+{
+    QLocalSocket socket;
+    socket.connectToServer(statusSocketName());
+    if (!socket.waitForConnected(5000))
+        return "(no connection)";
+    socket.write(request);
+    socket.waitForBytesWritten(5000);
+    QByteArray answer;
+    while (socket.state() == QLocalSocket::ConnectedState && socket.waitForReadyRead(10000))
+        answer += socket.readAll();
+    answer += socket.readAll();
+    return socket.state() == QLocalSocket::ConnectedState ? QByteArray("(open)") : answer;
+}
+
+} // namespace
 
 // The real program on a private X server with a tray host, driven as a user would: clicks on the tray icon and the
 // title bar, the tray menu from the keyboard.
@@ -128,6 +176,56 @@ private slots:
         if (orderly) {
             QVERIFY(noneLeft(testsupport::groupAlive));
             QCOMPARE(testsupport::readFile(credentialsYamlPath()), credentials);
+        }
+    }
+
+    // Signed in with the simulator's demo workspace, asked through the status socket.
+    void statusSocketAnswersAndOutlivesGarbage()
+    {
+        const QByteArray password = QByteArray("Pw-acme-7781!").toBase64();
+        QVERIFY(testsupport::writeFile(credentialsYamlPath(),
+            "credentials:\n  acme.oxmerel.cloud:\n    identity: ada@example.com\n    password: " + password
+                + "\n    robots: [rb-invoices]\n"));
+        QVERIFY(testsupport::writeFile(robotLocksDir() + u"/rb-reports.lock"_s, {}));
+        QTemporaryDir dir;
+        testsupport::useSimulator(dir.path());
+        qunsetenv("OXMEREL_SIM_SCENARIO");
+        ProgramDriver program({ u"--auto-start"_s });
+
+        // The remembered robot reconnects at start. Its log is the one on screen, so its lines count as read.
+        int exitCode = -1;
+        QJsonObject running;
+        const bool connected = QTest::qWaitFor(
+            [&] {
+                running = diagStatus(exitCode);
+                const QJsonObject robot = liveRobot(running, u"rb-invoices"_s);
+                return robot.value(u"state"_s) == u"connected"_s && robot.value(u"unread"_s).isDouble();
+            },
+            ProgramDriver::waitMs);
+        QVERIFY2(connected, QJsonDocument(running).toJson().constData());
+        QCOMPARE(exitCode, 0);
+        QCOMPARE(running.value(u"running"_s).toBool(), true);
+        const QJsonObject reports = liveRobot(running, u"rb-reports"_s);
+        QCOMPARE(reports.value(u"state"_s).toString(), u"idle"_s);
+        QCOMPARE(reports.value(u"locked"_s).toBool(), true);
+        const QJsonObject ws = running.value(u"live"_s).toArray().first().toObject();
+        QCOMPARE(ws.value(u"identity"_s).toString(), u"ada@example.com"_s);
+        QCOMPARE(ws.value(u"signedIn"_s).toBool(), true);
+        const auto text = testsupport::runDiag({ u"status"_s });
+        QVERIFY(text.out.contains("Oxmerel Connect is running."));
+        QVERIFY(text.out.contains("rb-invoices \"Invoice Processing\": connected"));
+        QVERIFY(!text.out.contains("Pw-acme") && !text.out.contains(password));
+
+        // Each gets an error line, then the closed connection; a silent client gets nothing. The program goes on.
+        const QList<std::pair<QByteArray, QByteArray>> garbage { { "quit\n", "unknown request" },
+            { QByteArray("\x00\xff\x01status\n", 10), "unknown request" },
+            { "status\nstatus\n", "one request per connection" }, { QByteArray(1024 * 1024, 'x'), "request too long" },
+            { {}, {} } };
+        for (const auto& [request, answer] : garbage) {
+            const QByteArray received = exchange(request);
+            QVERIFY2(answer.isEmpty() ? received.isEmpty() : received.contains(answer), received.left(200).constData());
+            QVERIFY(!liveRobot(diagStatus(exitCode), u"rb-invoices"_s).isEmpty());
+            QCOMPARE(exitCode, 0);
         }
     }
 };
