@@ -1,7 +1,6 @@
 #include "processes.h"
 #include "programdriver.h"
 #include "runtool.h"
-#include "tempfiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -20,23 +19,6 @@ QString runTool(const QString& name, const QStringList& arguments, int timeoutMs
 {
     return QString::fromUtf8(testsupport::runTool(name, arguments, timeoutMs).out);
 }
-
-// Signs in to "Acme" and lists robots r1 "Invoices" and r2 "Reports"; the robot's runner then reports it connected
-// with one line of each level and waits.
-const char* const scenario = R"([oxmerel-runner]
-print {"status":"waiting_input","msg":"Password"}
-expect
-print {"status":"logged_in","workspace":"Acme"}
-print {"status":"waiting_selection","items":[{"id":"r1","name":"Invoices"},{"id":"r2","name":"Reports"}]}
-expect
-print {"status":"connected","level":"info","msg":"connected ${LAST}","time":"10:00:00"}
-print {"level":"info","msg":"first","time":"10:00:01"}
-print {"level":"error","msg":"broken","time":"10:00:02"}
-print {"level":"warning","msg":"careful","time":"10:00:03"}
-hang
-[oxmerel-agent]
-hang
-)";
 
 } // namespace
 
@@ -68,9 +50,7 @@ private:
 
 void TestAccess::initTestCase()
 {
-    const QString scenarioPath = QDir::home().filePath(QStringLiteral("scenario"));
-    QVERIFY(testsupport::writeFile(scenarioPath, scenario));
-    qputenv("OXMEREL_SIM_SCENARIO", QFile::encodeName(scenarioPath));
+    qputenv("OXMEREL_SIM_SCENARIO", QFile::encodeName(QFINDTESTDATA("../data/keyboard-flow.scenario")));
     testsupport::useSimulator(QDir::homePath());
     program = std::make_unique<ProgramDriver>();
     QVERIFY(program->started());
