@@ -140,12 +140,10 @@ QString answerModal(const QString& click)
     if (!modal)
         return QString();
     QStringList texts;
-    const QList<QLabel*> labels = modal->findChildren<QLabel*>();
-    for (const QLabel* label : labels)
+    for (const QLabel* label : modal->findChildren<QLabel*>())
         texts.append(label->text());
-    const QList<QPushButton*> buttons = modal->findChildren<QPushButton*>();
-    for (QPushButton* button : buttons) {
-        if (!click.isEmpty() && button->text() == click) {
+    for (QPushButton* button : modal->findChildren<QPushButton*>()) {
+        if (button->text() == click) {
             QTest::mouseClick(button, Qt::LeftButton);
             break;
         }
