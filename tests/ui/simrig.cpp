@@ -7,7 +7,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
-#include <QVariant>
 
 #include <csignal>
 #include <unistd.h>
@@ -26,7 +25,7 @@ SimRig::SimRig()
 SimRig::~SimRig()
 {
     if (window)
-        exit();
+        window->exit();
     window.reset();
     while (QWidget* modal = QApplication::activeModalWidget())
         delete modal;

@@ -79,7 +79,6 @@ public:
     {
         d->receivedLog(s, u"t"_s, level, msg);
     }
-    void exit() { d->exit(); }
 
 protected:
     void mergeListedRobots(Workspace* ws, const QList<RobotInfo*>& robots) { d->mergeListedRobots(ws, robots); }
