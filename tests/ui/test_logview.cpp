@@ -1,6 +1,5 @@
-// The log page against the runtime simulator rig: the filter and follow rules under the bound, long lines and the
-// unread badges, and the keys that reach the tools, the panes, the rows' menus and the message dialogs.
-#include "logline.h"
+// The log page against the runtime simulator rig: the filter and follow rules under the bound, the unread badges, and
+// the keys that reach the tools, the panes, the rows' menus and the message dialogs.
 #include "simrig.h"
 
 #include <QClipboard>
@@ -217,27 +216,6 @@ private slots:
         ws->tree->setFocus(Qt::TabFocusReason);
         ws->tree->setCurrentItem(rowItem(ws, r2));
         QCOMPARE(menuOpenedBy(ws->tree, Qt::Key_F10, Qt::ShiftModifier).value(0), u"Connect"_s);
-    }
-
-    void longLinesAreCutWithTheirLength_data()
-    {
-        QTest::addColumn<QString>("msg");
-        QTest::addColumn<QString>("shown");
-        const QString prefix = u"t INFO "_s;
-        const QString fits(LogLine::maximumLength - prefix.size(), QLatin1Char('x'));
-        QTest::newRow("fits") << fits << prefix + fits;
-        QTest::newRow("one over") << fits + QLatin1Char('y') << prefix + fits + u"\u2026 [cut from 16385 characters]"_s;
-        // The cut falls inside a surrogate pair: the whole pair goes.
-        const QString pair = fits.chopped(1) + u"\U0001F600z"_s;
-        QTest::newRow("surrogate pair") << pair << prefix + fits.chopped(1) + u"\u2026 [cut from 16386 characters]"_s;
-    }
-
-    // Laying out one huge wrapped line would freeze the window.
-    void longLinesAreCutWithTheirLength()
-    {
-        QFETCH(QString, msg);
-        QFETCH(QString, shown);
-        QCOMPARE(LogLine::text(u"t"_s, u"info"_s, msg), shown);
     }
 
     void badgesCountUnseenLines()
