@@ -7,7 +7,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
-#include <QVariant>
 
 #include <csignal>
 #include <unistd.h>
@@ -26,7 +25,7 @@ SimRig::SimRig()
 SimRig::~SimRig()
 {
     if (window)
-        exit();
+        window->exit();
     window.reset();
     while (QWidget* modal = QApplication::activeModalWidget())
         delete modal;
@@ -140,12 +139,10 @@ QString answerModal(const QString& click)
     if (!modal)
         return QString();
     QStringList texts;
-    const QList<QLabel*> labels = modal->findChildren<QLabel*>();
-    for (const QLabel* label : labels)
+    for (const QLabel* label : modal->findChildren<QLabel*>())
         texts.append(label->text());
-    const QList<QPushButton*> buttons = modal->findChildren<QPushButton*>();
-    for (QPushButton* button : buttons) {
-        if (!click.isEmpty() && button->text() == click) {
+    for (QPushButton* button : modal->findChildren<QPushButton*>()) {
+        if (button->text() == click) {
             QTest::mouseClick(button, Qt::LeftButton);
             break;
         }

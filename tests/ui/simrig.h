@@ -13,13 +13,10 @@
 #include "workspace.h"
 
 #include <QAction>
-#include <QApplication>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTextBlock>
-#include <QTreeWidgetItem>
 
 #include <memory>
 #include <vector>
@@ -31,7 +28,7 @@ extern const QString testWorkspace;
 extern const QString testIdentity;
 extern const QString testPassword;
 
-// One start of a simulated runtime program: its arguments and the lines it has read on its standard input so far.
+// One start of a simulated runtime program and the lines it has read on its standard input so far.
 struct SimStart {
     qint64 pid = 0;
     QStringList argv;
@@ -43,7 +40,7 @@ TreeItem* rowOf(Workspace* ws, const QString& id);
 bool isConnected(Workspace* ws, const QString& id);
 // Selects the robot's row, as a click would, and returns the robot's session.
 Session* openRobot(Workspace* ws, const QString& id);
-// Types the texts into an empty sign-in form, as a user would.
+// Types the texts into an empty sign-in form.
 void fillForm(Session* s, const QString& workspace = testWorkspace);
 // The label texts of the application's modal dialog, joined by "|"; then clicks its button `click`, if given.
 QString answerModal(const QString& click = QString());
@@ -82,7 +79,6 @@ public:
     {
         d->receivedLog(s, u"t"_s, level, msg);
     }
-    void exit() { d->exit(); }
 
 protected:
     void mergeListedRobots(Workspace* ws, const QList<RobotInfo*>& robots) { d->mergeListedRobots(ws, robots); }
@@ -100,7 +96,7 @@ public:
 
     // Opens the window and returns its current workspace.
     Workspace* open();
-    ConnectDialog* dialog() const { return window.get(); }
+    ConnectDialog* dialog() const { return d; }
     // Writes credentialsFile(acmeRobots), opens the window and signs in to its "acme" entry with one click; returns
     // that workspace once the agent has started and the robots are listed.
     Workspace* signIn(const QString& acmeRobots = u"[]"_s);

@@ -1,7 +1,5 @@
-// A workspace's life in the window against the runtime simulator: the window and the auto-start flag, sign-in by
-// typing and from the file, the runtime's own questions, refusals and failures, listings, a robot's connection from its
-// row with its options and lock mode, all robots from the header, a runtime that exits on its own, "Remove",
-// "Sign Out" and the program's quit.
+// A workspace's life in the window against the runtime simulator, from sign-in (typed, from the file, with the
+// runtime's own questions and refusals) through its robots' connections to "Remove", "Sign Out" and the quit.
 #include "credentialsstore.h"
 #include "launchoptions.h"
 #include "prochandler.h"
@@ -49,261 +47,242 @@ class TestWorkspaces final : public QObject
     Q_OBJECT
 
 public slots:
-    // Catches what the window asks the desktop to open.
     void openUrl(const QUrl& url) { openedUrls.append(url); }
 
 private slots:
     void init() { rig = std::make_unique<SimRig>(); }
     void cleanup() { rig.reset(); }
-    void autoStartIsTheExactFirstArgument();
-    void bareLabelAndEnterSignInExactlyOnce();
-    void promptsAndTwoFailuresShowOneMessage();
-    void listingsHideRowsAndNeverDuplicate();
-    void removeAsksThenDeletesTheWholeEntry();
-    void robotFromConnectToSignOut();
-    void headerConnectsAndDisconnectsAll();
-    void robotWhoseRuntimeExitsEndsIdleAndForgotten();
-    void quitStopsEveryRuntimeAndKeepsTheFile();
+
+    void autoStartIsTheExactFirstArgument()
+    {
+        const QString flag = u"--auto-start"_s;
+        QVERIFY(isAutoStartLaunch({ u"tray"_s, flag }));
+        QVERIFY(!isAutoStartLaunch({ u"tray"_s, flag.toUpper() }));
+        QVERIFY(!isAutoStartLaunch({ u"tray"_s, u"-v"_s, flag }));
+        QVERIFY(!isAutoStartLaunch({ flag }));
+    }
+
+    void bareLabelAndEnterSignInExactlyOnce()
+    {
+        Workspace* ws = rig->open();
+        QCOMPARE(rig->dialog()->size(), QSize(993, 568));
+        // No native frame, title or system buttons: the frameless hint is the only hint left.
+        QCOMPARE(rig->dialog()->windowFlags() & ~Qt::WindowType_Mask, Qt::WindowFlags(Qt::FramelessWindowHint));
+
+        Session* s = ws->sessions.value(QString());
+        // Whichever push button the dialog holds as its default, Enter in the form must not click it.
+        for (QPushButton* button : rig->dialog()->findChildren<QPushButton*>())
+            button->setDefault(button->toolTip() == u"Add Workspace"_s);
+        fillForm(s, u"acme"_s);
+        QVERIFY(!s->signInButton->isEnabled());
+        QTest::keyClick(s->passwordEdit, Qt::Key_Return);
+        QCOMPARE(s->workspaceEdit->text(), testWorkspace);
+
+        QTRY_VERIFY(rowOf(ws, r1));
+        QCOMPARE(rowOf(ws, r1)->nameLabel->text(), u"Invoices"_s);
+        const QStringList agentArgs { u"connect"_s, u"-i"_s, testIdentity, u"-w"_s, testWorkspace, u"--stdin"_s };
+        QTRY_COMPARE(rig->agents().value(0).argv, agentArgs);
+        // The listing stops the runner; once it is gone, a second sign-in would have started its own long ago.
+        QTRY_VERIFY(!alive(rig->runners().value(0).pid));
+        const QList<SimStart> runners = rig->runners();
+        QCOMPARE(runners.size(), 1);
+        QCOMPARE(runners.first().argv, agentArgs + QStringList({ u"--remember"_s, u"-s"_s }));
+        QCOMPARE(runners.first().input, QStringList({ testPassword }));
+
+        // The same workspace in a second form is refused and starts nothing.
+        Session* second = rig->addConnect()->sessions.value(QString());
+        fillForm(second);
+        QTest::mouseClick(second->signInButton, Qt::LeftButton);
+        QVERIFY(answerModal().contains(u"Already connected"_s));
+        QCOMPARE(rig->runners().size(), 1);
+    }
+
+    void promptsAndTwoFailuresShowOneMessage()
+    {
+        // The runtime asks for a code, which the user cancels, and a token, which he gives; then it refuses twice,
+        // apart by much more than a busy machine takes to read the first.
+        const QString denied = u"print {\"status\":\"connecting\",\"level\":\"error\",\"msg\":\"denied\"}\n"_s;
+        rig->useScenario(u"[oxmerel-runner]\nprint {\"status\":\"waiting_input\",\"msg\":\"Code\"}\n"
+                         "print {\"status\":\"waiting_input\",\"msg\":\"Token\"}\nexpect\n"_s
+            + denied + u"sleep 2000\n"_s + denied);
+        QStringList asked;
+        // Each question runs its own event loop: answered from a timer.
+        QTimer answerer;
+        QObject::connect(&answerer, &QTimer::timeout, &answerer, [&asked] {
+            if (auto* dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget())) {
+                const bool hidden = dialog->textEchoMode() == QLineEdit::Password;
+                asked << QStringList({ dialog->windowTitle(), dialog->labelText(), dialog->textValue() }).join(u'|')
+                        + (hidden ? u" (hidden)"_s : QString());
+                dialog->setTextValue(u"t0ken"_s);
+                dialog->done(dialog->labelText() == u"Token"_s);
+            }
+        });
+        answerer.start(20);
+        Session* s = rig->open()->sessions.value(QString());
+        fillForm(s);
+        QTest::mouseClick(s->signInButton, Qt::LeftButton);
+        QTRY_VERIFY(answerModal().contains(u"Connection failed"_s));
+        QCOMPARE(rig->runners().value(0).input, QStringList({ u"t0ken"_s }));
+        const QString home = QDir::home().dirName();
+        QCOMPARE(
+            asked, QStringList({ u"Oxmerel|Code|%1 (hidden)"_s.arg(home), u"Oxmerel|Token|%1 (hidden)"_s.arg(home) }));
+        // Both failures were read (each leaves its log line) but only one message, a top-level window of its own, is
+        // up.
+        QTRY_COMPARE(rig->logView(s)->blockCount(), 2);
+        int messages = 0;
+        for (const QWidget* window : QApplication::topLevelWidgets())
+            messages += window->isVisible() && window->inherits("MessageDialog") ? 1 : 0;
+        QCOMPARE(messages, 1);
+    }
+
+    void listingsHideRowsAndNeverDuplicate()
+    {
+        Workspace* ws = rig->list({ u"a"_s, u"b"_s, u"a"_s });
+        QTreeWidgetItem* root = ws->tree->topLevelItem(0);
+        // The placeholder row, now hidden, and one row per robot.
+        QCOMPARE(root->childCount(), 3);
+        QVERIFY(root->child(0)->isHidden());
+        rig->list({ u"a"_s });
+        // A hidden row stays hidden when its robot is listed again, and no second row is made for it.
+        rig->list({ u"b"_s, u"a"_s, u"c"_s });
+        QCOMPARE(root->childCount(), 4);
+        QVERIFY(rowItem(ws, u"b"_s)->isHidden());
+        QVERIFY(!rowItem(ws, u"c"_s)->isHidden());
+    }
+
+    void removeAsksThenDeletesTheWholeEntry()
+    {
+        const QString file = credentialsFile(u"[]"_s);
+        QVERIFY(testsupport::writeFile(credentialsYamlPath(), file.toUtf8()));
+        rig->open();
+        Workspace* acme = rig->workspaces().at(0);
+        Workspace* globex = rig->workspaces().at(1);
+
+        acme->removeAction->trigger();
+        QVERIFY(answerModal(u"No"_s).contains(u"Remove Workspace"_s));
+        QCOMPARE(credentialsText(), file);
+        QCOMPARE(rig->workspaces().size(), 2);
+
+        acme->removeAction->trigger();
+        answerModal(u"Yes"_s);
+        QCOMPARE(rig->workspaces(), QList<Workspace*>({ globex }));
+        // The whole entry goes, vault secrets and all; the other entry keeps even the keys the program does not know.
+        QVERIFY(!credentialsText().contains(u"acme"_s));
+        QVERIFY(credentialsText().contains(u"extra: kept"_s));
+    }
+
+    void robotFromConnectToSignOut()
+    {
+        Workspace* ws = rig->signIn();
+        QVERIFY(ws);
+        // Lock mode on an idle robot only marks it.
+        openRobot(ws, r2);
+        rowOf(ws, r2)->lockAct->trigger();
+        QVERIFY(QFile::exists(robotLocksDir() + u"/r2.lock"_s));
+        QVERIFY(!rowOf(ws, r2)->lockLabel->isHidden());
+        QVERIFY(!QApplication::activeModalWidget());
+
+        // The robot's runtime signs in to the workspace under a new name, which the window shows and files logs under.
+        rig->useScenario(signInScenario(u"hang"_s, u"Acme Corp"_s));
+        Session* s = openRobot(ws, r1);
+        // The options are read when the runtime starts; they live with the connection, so a restart starts afresh.
+        QTest::mouseClick(s->sendCrashDumpBox, Qt::LeftButton);
+        QTest::mouseClick(s->noDesignerAttachBox, Qt::LeftButton);
+        TreeItem* row = rowOf(ws, r1);
+        row->connectAct->trigger();
+        QTRY_VERIFY(isConnected(ws, r1));
+        const qint64 firstRunner = rig->runners().at(1).pid;
+        QCOMPARE(rig->runners().at(1).argv.mid(6), QStringList({ u"--remember"_s, u"-n"_s }));
+        QCOMPARE(row->nameLabel->palette().color(QPalette::WindowText), QColor(0xffffff));
+        QCOMPARE(rig->dialog()->findChild<QPushButton*>(u"btn_workspace_name"_s)->text(), u"Acme Corp"_s);
+
+        // Lock mode on a connected robot asks, then restarts its runtime.
+        row->lockAct->trigger();
+        QVERIFY(answerModal(u"Yes"_s).contains(u"Do you want to restart now?"_s));
+        QTRY_COMPARE(rig->runners().size(), 3);
+        QCOMPARE(rig->runners().at(2).argv.mid(6), QStringList({ u"--remember"_s, u"--lock"_s, u"-s"_s }));
+        QTRY_VERIFY(!alive(firstRunner));
+        QTRY_VERIFY(isConnected(ws, r1));
+
+        const qint64 runner = rig->runners().at(2).pid;
+        const QPointer<ProcHandler> handler = ws->sessions.value(r1)->runner;
+        row->disconnectAct->trigger();
+        verifyIdleRow(ws);
+        QTRY_VERIFY(!alive(runner));
+        // Freed with its connection, although the robot's page is still on screen.
+        QTRY_VERIFY(!handler);
+        QCOMPARE(rig->runners().size(), 3);
+
+        // The session is gone, but "Logs" still opens the folder named by the workspace's and the robot's names.
+        QDesktopServices::setUrlHandler(u"file"_s, this, "openUrl");
+        row->logsAct->trigger();
+        QDesktopServices::unsetUrlHandler(u"file"_s);
+        const QString folder = QDir::homePath() + u"/AppData/Local/Oxmerel/logs/Acme Corp/Invoices"_s;
+        QCOMPARE(openedUrls, QList<QUrl>({ QUrl::fromLocalFile(folder) }));
+
+        // Connected again, its log on screen, until its workspace is signed out.
+        row->connectAct->trigger();
+        QTRY_VERIFY(isConnected(ws, r1));
+        const qint64 again = rig->runners().at(3).pid;
+        QCOMPARE(rig->shownPage(), ws->sessions.value(r1)->page);
+
+        // The robot is disconnected and its page goes with the workspace; its runtime's last reports reach nothing. The
+        // file keeps the entry, secrets and all, and the form is filled from it.
+        ws->signOutAction->trigger();
+        QTRY_VERIFY(!alive(again));
+        QVERIFY(credentialsText().contains(testIdentity) && credentialsText().contains(u"kept-secret"_s));
+        Workspace* fresh = rig->current();
+        Session* form = fresh->sessions.value(QString());
+        QCOMPARE(rig->shownPage(), form->page);
+        QVERIFY(form->page->isVisible());
+        QCOMPARE(QStringList({ form->workspaceEdit->text(), form->identityEdit->text(), form->passwordEdit->text() }),
+            QStringList({ testWorkspace, testIdentity, testPassword }));
+        // The window goes on working: one click signs in again (the name is free) and lists the robots, which the
+        // header connects and disconnects all at once.
+        QTest::mouseClick(form->signInButton, Qt::LeftButton);
+        QTRY_VERIFY(rowOf(fresh, r1));
+        const QList<SimStart> before = rig->runners();
+        auto* header = qobject_cast<TreeHeader*>(fresh->tree->itemWidget(fresh->tree->topLevelItem(0), 0));
+        header->connectAllAct->trigger();
+        QTRY_VERIFY(isConnected(fresh, r1) && isConnected(fresh, r2));
+        QCOMPARE(chosenRobots(rig->runners().mid(before.size() - 1)), QStringList({ r1, r2 }));
+        header->disconnectAllAct->trigger();
+        QVERIFY(!fresh->sessions.contains(r1) && !fresh->sessions.contains(r2));
+        for (const SimStart& start : rig->runners().mid(before.size()))
+            QTRY_VERIFY(!alive(start.pid));
+    }
+
+    void robotWhoseRuntimeExitsEndsIdleAndForgotten()
+    {
+        rig->useScenario(signInScenario(u"sleep 3000\nexit 3"_s));
+        Workspace* ws = rig->signIn(u"[r1]"_s);
+        QVERIFY(ws);
+        QTRY_VERIFY(isConnected(ws, r1));
+        QTRY_VERIFY(!ws->sessions.contains(r1));
+        verifyIdleRow(ws);
+        // Only this robot leaves the file; the other entry keeps its own.
+        const YAML::Node entries = loadCredentials()["credentials"];
+        QCOMPARE(entries[testWorkspace]["robots"].as<QStringList>(), QStringList());
+        QCOMPARE(entries[u"globex.oxmerel.cloud"_s]["robots"].as<QStringList>(), QStringList({ r1 }));
+    }
+
+    void quitStopsEveryRuntimeAndKeepsTheFile()
+    {
+        Workspace* ws = rig->signIn(u"[r1, r2]"_s);
+        QVERIFY(ws);
+        QTRY_VERIFY(isConnected(ws, r1) && isConnected(ws, r2));
+        QCOMPARE(chosenRobots(rig->runners()), QStringList({ r1, r2 }));
+        // Quitting stops every runtime before the window goes, and keeps the remembered robots for the next start.
+        rig->dialog()->exit();
+        for (const SimStart& start : rig->runners() + rig->agents())
+            QTRY_VERIFY(!alive(start.pid));
+        QCOMPARE(credentialsText(), credentialsFile(u"[r1, r2]"_s));
+    }
 
 private:
     std::unique_ptr<SimRig> rig;
     QList<QUrl> openedUrls;
 };
-
-void TestWorkspaces::autoStartIsTheExactFirstArgument()
-{
-    const QString flag = u"--auto-start"_s;
-    QVERIFY(isAutoStartLaunch({ u"tray"_s, flag }));
-    QVERIFY(!isAutoStartLaunch({ u"tray"_s, flag.toUpper() }));
-    QVERIFY(!isAutoStartLaunch({ u"tray"_s, u"-v"_s, flag }));
-    QVERIFY(!isAutoStartLaunch({ flag }));
-}
-
-void TestWorkspaces::bareLabelAndEnterSignInExactlyOnce()
-{
-    Workspace* ws = rig->open();
-    QVERIFY(rig->dialog()->isVisible());
-    QCOMPARE(rig->dialog()->size(), QSize(993, 568));
-    // No native frame, title or system buttons: the frameless hint is the only hint left.
-    QCOMPARE(rig->dialog()->windowFlags() & ~Qt::WindowType_Mask, Qt::WindowFlags(Qt::FramelessWindowHint));
-
-    Session* s = ws->sessions.value(QString());
-    // Whichever push button the dialog holds as its default, Enter in the form must not click it.
-    for (QPushButton* button : rig->dialog()->findChildren<QPushButton*>()) {
-        if (button->toolTip() == u"Add Workspace"_s)
-            button->setDefault(true);
-    }
-    fillForm(s, u"acme"_s);
-    QVERIFY(!s->signInButton->isEnabled());
-    QTest::keyClick(s->passwordEdit, Qt::Key_Return);
-    QCOMPARE(s->workspaceEdit->text(), testWorkspace);
-
-    QTRY_VERIFY(rowOf(ws, u"r1"_s));
-    QCOMPARE(rowOf(ws, u"r1"_s)->nameLabel->text(), u"Invoices"_s);
-    QTRY_COMPARE(rig->agents().size(), 1);
-    const QStringList agentArgs { u"connect"_s, u"-i"_s, testIdentity, u"-w"_s, testWorkspace, u"--stdin"_s };
-    QCOMPARE(rig->agents().first().argv, agentArgs);
-    // The listing stops the runner; once it is gone, a second sign-in would have started its own long ago.
-    QTRY_VERIFY(!alive(rig->runners().value(0).pid));
-    const QList<SimStart> runners = rig->runners();
-    QCOMPARE(runners.size(), 1);
-    QCOMPARE(runners.first().argv, agentArgs + QStringList({ u"--remember"_s, u"-s"_s }));
-    QCOMPARE(runners.first().input, QStringList({ testPassword }));
-
-    // The same workspace in a second form is refused and starts nothing.
-    Session* second = rig->addConnect()->sessions.value(QString());
-    fillForm(second);
-    QTest::mouseClick(second->signInButton, Qt::LeftButton);
-    QVERIFY(answerModal().contains(u"Already connected"_s));
-    QCOMPARE(rig->runners().size(), 1);
-}
-
-void TestWorkspaces::promptsAndTwoFailuresShowOneMessage()
-{
-    // The runtime asks for a code, which the user cancels, and a token, which he gives; then it refuses twice, apart
-    // by much more than a busy machine takes to read the first (lines read together after a failure wait for the
-    // runner's next output, which here never comes).
-    const QString denied = u"print {\"status\":\"connecting\",\"level\":\"error\",\"msg\":\"denied\"}\n"_s;
-    rig->useScenario(u"[oxmerel-runner]\nprint {\"status\":\"waiting_input\",\"msg\":\"Code\"}\n"
-                     "print {\"status\":\"waiting_input\",\"msg\":\"Token\"}\nexpect\n"_s
-        + denied + u"sleep 2000\n"_s + denied);
-    QStringList asked;
-    // Each question runs its own event loop: answered from a timer.
-    QTimer answerer;
-    QObject::connect(&answerer, &QTimer::timeout, &answerer, [&asked] {
-        if (auto* dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget())) {
-            const bool hidden = dialog->textEchoMode() == QLineEdit::Password;
-            asked << QStringList({ dialog->windowTitle(), dialog->labelText(), dialog->textValue() }).join(u'|')
-                    + (hidden ? u" (hidden)"_s : QString());
-            dialog->setTextValue(u"t0ken"_s);
-            dialog->done(dialog->labelText() == u"Token"_s);
-        }
-    });
-    answerer.start(20);
-    Session* s = rig->open()->sessions.value(QString());
-    fillForm(s);
-    QTest::mouseClick(s->signInButton, Qt::LeftButton);
-    QTRY_VERIFY(answerModal().contains(u"Connection failed"_s));
-    QCOMPARE(rig->runners().value(0).input, QStringList({ u"t0ken"_s }));
-    const QString home = QDir::home().dirName();
-    QCOMPARE(asked, QStringList({ u"Oxmerel|Code|%1 (hidden)"_s.arg(home), u"Oxmerel|Token|%1 (hidden)"_s.arg(home) }));
-    // Both failures were read (each leaves its log line) but only one message, a top-level window of its own, is up.
-    QTRY_COMPARE(rig->logView(s)->blockCount(), 2);
-    int messages = 0;
-    for (const QWidget* window : QApplication::topLevelWidgets())
-        messages += window->isVisible() && window->inherits("MessageDialog") ? 1 : 0;
-    QCOMPARE(messages, 1);
-}
-
-void TestWorkspaces::listingsHideRowsAndNeverDuplicate()
-{
-    const QString a = u"a"_s;
-    const QString b = u"b"_s;
-    Workspace* ws = rig->list({ a, b, a });
-    QTreeWidgetItem* root = ws->tree->topLevelItem(0);
-    // The placeholder row, now hidden, and one row per robot.
-    QCOMPARE(root->childCount(), 3);
-    QVERIFY(root->child(0)->isHidden());
-    rig->list({ a });
-    QVERIFY(rowItem(ws, b)->isHidden());
-    // A hidden row stays hidden when its robot is listed again, and no second row is made for it.
-    rig->list({ b, a, u"c"_s });
-    QCOMPARE(root->childCount(), 4);
-    QVERIFY(rowItem(ws, b)->isHidden());
-    QVERIFY(!rowItem(ws, u"c"_s)->isHidden());
-}
-
-void TestWorkspaces::removeAsksThenDeletesTheWholeEntry()
-{
-    const QString file = credentialsFile(u"[]"_s);
-    QVERIFY(testsupport::writeFile(credentialsYamlPath(), file.toUtf8()));
-    rig->open();
-    Workspace* acme = rig->workspaces().at(0);
-    Workspace* globex = rig->workspaces().at(1);
-
-    acme->removeAction->trigger();
-    QVERIFY(answerModal(u"No"_s).contains(u"Remove Workspace"_s));
-    QCOMPARE(credentialsText(), file);
-    QCOMPARE(rig->workspaces().size(), 2);
-
-    acme->removeAction->trigger();
-    answerModal(u"Yes"_s);
-    QCOMPARE(rig->workspaces(), QList<Workspace*>({ globex }));
-    // The whole entry goes, vault secrets and all; the other entry keeps even the keys the program does not know.
-    QVERIFY(!credentialsText().contains(u"acme"_s));
-    QVERIFY(credentialsText().contains(u"extra: kept"_s));
-}
-
-void TestWorkspaces::robotFromConnectToSignOut()
-{
-    Workspace* ws = rig->signIn();
-    QVERIFY(ws);
-    // Lock mode on an idle robot only marks it.
-    openRobot(ws, r2);
-    rowOf(ws, r2)->lockAct->trigger();
-    QVERIFY(QFile::exists(robotLocksDir() + u"/r2.lock"_s));
-    QVERIFY(!rowOf(ws, r2)->lockLabel->isHidden());
-    QVERIFY(!QApplication::activeModalWidget());
-
-    // The robot's runtime signs in to the workspace under a new name, which the window then shows and files logs under.
-    rig->useScenario(signInScenario(u"hang"_s, u"Acme Corp"_s));
-    Session* s = openRobot(ws, r1);
-    // The options are read when the runtime starts; they live with the connection, so a restart starts afresh.
-    QTest::mouseClick(s->sendCrashDumpBox, Qt::LeftButton);
-    QTest::mouseClick(s->noDesignerAttachBox, Qt::LeftButton);
-    TreeItem* row = rowOf(ws, r1);
-    row->connectAct->trigger();
-    QTRY_VERIFY(isConnected(ws, r1));
-    const qint64 firstRunner = rig->runners().at(1).pid;
-    QCOMPARE(rig->runners().at(1).argv.mid(6), QStringList({ u"--remember"_s, u"-n"_s }));
-    QCOMPARE(row->nameLabel->palette().color(QPalette::WindowText), QColor(0xffffff));
-    QCOMPARE(rig->dialog()->findChild<QPushButton*>(u"btn_workspace_name"_s)->text(), u"Acme Corp"_s);
-
-    // Lock mode on a connected robot asks, then restarts its runtime.
-    row->lockAct->trigger();
-    QVERIFY(answerModal(u"Yes"_s).contains(u"Do you want to restart now?"_s));
-    QTRY_COMPARE(rig->runners().size(), 3);
-    QCOMPARE(rig->runners().at(2).argv.mid(6), QStringList({ u"--remember"_s, u"--lock"_s, u"-s"_s }));
-    QTRY_VERIFY(!alive(firstRunner));
-    QTRY_VERIFY(isConnected(ws, r1));
-
-    const qint64 runner = rig->runners().at(2).pid;
-    const QPointer<ProcHandler> handler = ws->sessions.value(r1)->runner;
-    row->disconnectAct->trigger();
-    verifyIdleRow(ws);
-    QTRY_VERIFY(!alive(runner));
-    // Freed with its connection, although the robot's page is still on screen.
-    QTRY_VERIFY(!handler);
-    QCOMPARE(rig->runners().size(), 3);
-
-    // The session is gone, but "Logs" still opens the folder named by the workspace's and the robot's names.
-    QDesktopServices::setUrlHandler(u"file"_s, this, "openUrl");
-    row->logsAct->trigger();
-    QDesktopServices::unsetUrlHandler(u"file"_s);
-    const QString folder = QDir::homePath() + u"/AppData/Local/Oxmerel/logs/Acme Corp/Invoices"_s;
-    QCOMPARE(openedUrls, QList<QUrl>({ QUrl::fromLocalFile(folder) }));
-
-    // Connected again, its log on screen, until its workspace is signed out.
-    row->connectAct->trigger();
-    QTRY_VERIFY(isConnected(ws, r1));
-    const qint64 again = rig->runners().at(3).pid;
-    QCOMPARE(rig->shownPage(), ws->sessions.value(r1)->page);
-
-    // The robot is disconnected and its page goes with the workspace; its runtime's last reports reach nothing. The
-    // file keeps the entry, secrets and all, and the form is filled from it.
-    ws->signOutAction->trigger();
-    QTRY_VERIFY(!alive(again));
-    QVERIFY(credentialsText().contains(testIdentity) && credentialsText().contains(u"kept-secret"_s));
-    Workspace* fresh = rig->current();
-    Session* form = fresh->sessions.value(QString());
-    QCOMPARE(rig->shownPage(), form->page);
-    QVERIFY(form->page->isVisible());
-    QCOMPARE(QStringList({ form->workspaceEdit->text(), form->identityEdit->text(), form->passwordEdit->text() }),
-        QStringList({ testWorkspace, testIdentity, testPassword }));
-    // The window goes on working: one click signs in again (the name is free) and lists the robots.
-    QTest::mouseClick(form->signInButton, Qt::LeftButton);
-    QTRY_VERIFY(rowOf(fresh, r1));
-}
-
-void TestWorkspaces::headerConnectsAndDisconnectsAll()
-{
-    Workspace* ws = rig->signIn();
-    QVERIFY(ws);
-    auto* header = qobject_cast<TreeHeader*>(ws->tree->itemWidget(ws->tree->topLevelItem(0), 0));
-    header->connectAllAct->trigger();
-    QTRY_VERIFY(isConnected(ws, r1) && isConnected(ws, r2));
-    QCOMPARE(chosenRobots(rig->runners()), QStringList({ r1, r2 }));
-    header->disconnectAllAct->trigger();
-    QVERIFY(!ws->sessions.contains(r1) && !ws->sessions.contains(r2));
-    QTRY_VERIFY(!alive(rig->runners().at(1).pid) && !alive(rig->runners().at(2).pid));
-}
-
-void TestWorkspaces::robotWhoseRuntimeExitsEndsIdleAndForgotten()
-{
-    rig->useScenario(signInScenario(u"sleep 3000\nexit 3"_s));
-    Workspace* ws = rig->signIn(u"[r1]"_s);
-    QVERIFY(ws);
-    QTRY_VERIFY(isConnected(ws, r1));
-    QTRY_VERIFY(!ws->sessions.contains(r1));
-    verifyIdleRow(ws);
-    // Only this robot leaves the file; the other entry keeps its own.
-    const YAML::Node entries = loadCredentials()["credentials"];
-    QCOMPARE(entries[testWorkspace]["robots"].as<QStringList>(), QStringList());
-    QCOMPARE(entries[u"globex.oxmerel.cloud"_s]["robots"].as<QStringList>(), QStringList({ r1 }));
-}
-
-void TestWorkspaces::quitStopsEveryRuntimeAndKeepsTheFile()
-{
-    Workspace* ws = rig->signIn(u"[r1, r2]"_s);
-    QVERIFY(ws);
-    QTRY_VERIFY(isConnected(ws, r1) && isConnected(ws, r2));
-    QCOMPARE(chosenRobots(rig->runners()), QStringList({ r1, r2 }));
-    // Quitting stops every runtime before the window goes, and keeps the remembered robots for the next start.
-    rig->exit();
-    for (const SimStart& start : rig->runners() + rig->agents())
-        QTRY_VERIFY(!alive(start.pid));
-    QCOMPARE(credentialsText(), credentialsFile(u"[r1, r2]"_s));
-}
 
 QTEST_MAIN(TestWorkspaces)
 #include "test_workspaces.moc"
