@@ -46,7 +46,7 @@ QTreeWidgetItem* robotsItem(const Workspace* ws)
 
 TreeItem* rowOf(const Workspace* ws, QTreeWidgetItem* item)
 {
-    return qobject_cast<TreeItem*>(ws->tree->itemWidget(item, 0));
+    return qobject_cast<TreeItem*>(ws->tree->rowWidget(item));
 }
 
 QString robotIdOf(const QTreeWidgetItem* item)
@@ -328,7 +328,7 @@ void ConnectDialog::addRobotRow(Workspace* ws, RobotInfo* robot)
     connect(row, &TreeItem::logsAction, this, [ws, name] { openLogFolder(ws->name, name); });
     connect(row, &TreeItem::clearAction, this, [this, ws, id] { doClearLogs(sessionOf(ws, id)); });
     connect(row, &TreeItem::lockAction, this, [this, ws, id](bool locked) { doLockRobot(sessionOf(ws, id), locked); });
-    ws->tree->setItemWidget(item, 0, row);
+    ws->tree->setRowWidget(item, row);
 }
 
 void ConnectDialog::updateHeaderActions(Workspace* ws, bool signedIn)
