@@ -99,7 +99,7 @@ Workspace* ConnectDialog::addConnect(int insertIndex)
     root->setData(0, Qt::AccessibleTextRole, tr("Robots"));
     auto* header = new TreeHeader(tr("ROBOTS"));
     header->setEnabled(false);
-    ws->tree->setItemWidget(root, 0, header);
+    ws->tree->setRowWidget(root, header);
     connect(header, &TreeHeader::connectAction, this, [this, ws] { connectAll(ws); });
     connect(header, &TreeHeader::disconnectAction, this, [this, ws] { disconnectAll(ws); });
 
@@ -108,7 +108,7 @@ Workspace* ConnectDialog::addConnect(int insertIndex)
     placeholder->setData(0, Qt::AccessibleTextRole, tr("No robots listed yet"));
     auto* placeholderRow = new TreeItem(tr("Connect"));
     placeholderRow->setEnabled(false);
-    ws->tree->setItemWidget(placeholder, 0, placeholderRow);
+    ws->tree->setRowWidget(placeholder, placeholderRow);
 
     ws->tree->setContentsMargins(8, 8, 8, 8);
     ws->tree->setIndentation(8);
@@ -333,7 +333,7 @@ void ConnectDialog::addRobotRow(Workspace* ws, RobotInfo* robot)
 
 void ConnectDialog::updateHeaderActions(Workspace* ws, bool signedIn)
 {
-    if (QWidget* header = ws->tree->itemWidget(robotsItem(ws), 0)) {
+    if (QWidget* header = ws->tree->rowWidget(robotsItem(ws))) {
         header->setEnabled(signedIn);
     }
     ws->signOutAction->setEnabled(signedIn);

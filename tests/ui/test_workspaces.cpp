@@ -269,7 +269,7 @@ void TestWorkspaces::headerConnectsAndDisconnectsAll()
 {
     Workspace* ws = rig->signIn();
     QVERIFY(ws);
-    auto* header = qobject_cast<TreeHeader*>(ws->tree->itemWidget(ws->tree->topLevelItem(0), 0));
+    auto* header = qobject_cast<TreeHeader*>(ws->tree->rowWidget(ws->tree->topLevelItem(0)));
     header->connectAllAct->trigger();
     QTRY_VERIFY(isConnected(ws, r1) && isConnected(ws, r2));
     QCOMPARE(chosenRobots(rig->runners()), QStringList({ r1, r2 }));
