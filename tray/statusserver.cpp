@@ -57,7 +57,7 @@ QJsonArray robotsOf(const Workspace* ws)
         if (id.isEmpty() || item->isHidden()) {
             continue;
         }
-        const auto* row = qobject_cast<TreeItem*>(ws->tree->itemWidget(item, 0));
+        const auto* row = qobject_cast<TreeItem*>(ws->tree->rowWidget(item));
         const Session* s = ws->sessions.value(id);
         robots.append(QJsonObject {
             { QStringLiteral("id"), id },

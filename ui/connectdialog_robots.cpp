@@ -113,7 +113,7 @@ void ConnectDialog::doConnectRobot(Session* s, QString id, QModelIndex index)
 
     Session* robotSession = ws->sessions.value(id);
     if (!robotSession) {
-        auto* row = qobject_cast<TreeItem*>(ws->tree->itemWidget(ws->selectedItem, 0));
+        auto* row = qobject_cast<TreeItem*>(ws->tree->rowWidget(ws->selectedItem));
         robotSession = createSession(ws, new RobotInfo(id, row ? row->nameLabel->text() : QString()), index);
     }
 
@@ -254,7 +254,7 @@ void ConnectDialog::doLockRobot(Session* s, bool locked)
     showConfirmDialog(1, tr("Lock Mode"), text, [this, wsId, robotId](bool restart) {
         Workspace* ws = workspacesById.value(wsId);
         QTreeWidgetItem* item = ws ? robotRow(ws, robotId) : nullptr;
-        auto* row = item ? qobject_cast<TreeItem*>(ws->tree->itemWidget(item, 0)) : nullptr;
+        auto* row = item ? qobject_cast<TreeItem*>(ws->tree->rowWidget(item)) : nullptr;
         if (!restart || !row)
             return;
         row->disconnectAct->activate(QAction::Trigger);

@@ -46,7 +46,7 @@ QTreeWidgetItem* robotsItem(const Workspace* ws)
 
 TreeItem* rowOf(const Workspace* ws, QTreeWidgetItem* item)
 {
-    return qobject_cast<TreeItem*>(ws->tree->itemWidget(item, 0));
+    return qobject_cast<TreeItem*>(ws->tree->rowWidget(item));
 }
 
 QString robotIdOf(const QTreeWidgetItem* item)
@@ -99,7 +99,7 @@ Workspace* ConnectDialog::addConnect(int insertIndex)
     root->setData(0, Qt::AccessibleTextRole, tr("Robots"));
     auto* header = new TreeHeader(tr("ROBOTS"));
     header->setEnabled(false);
-    ws->tree->setItemWidget(root, 0, header);
+    ws->tree->setRowWidget(root, header);
     connect(header, &TreeHeader::connectAction, this, [this, ws] { connectAll(ws); });
     connect(header, &TreeHeader::disconnectAction, this, [this, ws] { disconnectAll(ws); });
 
@@ -108,7 +108,7 @@ Workspace* ConnectDialog::addConnect(int insertIndex)
     placeholder->setData(0, Qt::AccessibleTextRole, tr("No robots listed yet"));
     auto* placeholderRow = new TreeItem(tr("Connect"));
     placeholderRow->setEnabled(false);
-    ws->tree->setItemWidget(placeholder, 0, placeholderRow);
+    ws->tree->setRowWidget(placeholder, placeholderRow);
 
     ws->tree->setContentsMargins(8, 8, 8, 8);
     ws->tree->setIndentation(8);
@@ -328,12 +328,12 @@ void ConnectDialog::addRobotRow(Workspace* ws, RobotInfo* robot)
     connect(row, &TreeItem::logsAction, this, [ws, name] { openLogFolder(ws->name, name); });
     connect(row, &TreeItem::clearAction, this, [this, ws, id] { doClearLogs(sessionOf(ws, id)); });
     connect(row, &TreeItem::lockAction, this, [this, ws, id](bool locked) { doLockRobot(sessionOf(ws, id), locked); });
-    ws->tree->setItemWidget(item, 0, row);
+    ws->tree->setRowWidget(item, row);
 }
 
 void ConnectDialog::updateHeaderActions(Workspace* ws, bool signedIn)
 {
-    if (QWidget* header = ws->tree->itemWidget(robotsItem(ws), 0)) {
+    if (QWidget* header = ws->tree->rowWidget(robotsItem(ws))) {
         header->setEnabled(signedIn);
     }
     ws->signOutAction->setEnabled(signedIn);

@@ -108,7 +108,7 @@ QTreeWidgetItem* rowItem(Workspace* ws, const QString& id)
 
 TreeItem* rowOf(Workspace* ws, const QString& id)
 {
-    return qobject_cast<TreeItem*>(ws->tree->itemWidget(rowItem(ws, id), 0));
+    return qobject_cast<TreeItem*>(ws->tree->rowWidget(rowItem(ws, id)));
 }
 
 bool isConnected(Workspace* ws, const QString& id)

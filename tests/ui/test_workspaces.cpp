@@ -242,7 +242,7 @@ private slots:
         QTest::mouseClick(form->signInButton, Qt::LeftButton);
         QTRY_VERIFY(rowOf(fresh, r1));
         const QList<SimStart> before = rig->runners();
-        auto* header = qobject_cast<TreeHeader*>(fresh->tree->itemWidget(fresh->tree->topLevelItem(0), 0));
+        auto* header = qobject_cast<TreeHeader*>(fresh->tree->rowWidget(fresh->tree->topLevelItem(0)));
         header->connectAllAct->trigger();
         QTRY_VERIFY(isConnected(fresh, r1) && isConnected(fresh, r2));
         QCOMPARE(chosenRobots(rig->runners().mid(before.size() - 1)), QStringList({ r1, r2 }));
