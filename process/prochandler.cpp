@@ -24,8 +24,13 @@ ProcHandler::ProcHandler(QObject* parent, int handlerMode)
 
 ProcHandler::~ProcHandler()
 {
-    if (process && process->state() != QProcess::NotRunning)
-        treeKill.kill(process, true);
+    if (!process || process->state() == QProcess::NotRunning)
+        return;
+    // No slot of this half-destroyed handler may run while the child is reaped.
+    process->disconnect(this);
+    treeKill.kill(process, true);
+    // Reaped here, so that the process object is not left to end a child that is already dying (and to warn).
+    process->waitForFinished(5000);
 }
 
 void ProcHandler::start(const QString& program, const QStringList& arguments)
