@@ -8,15 +8,7 @@ RunGuard::RunGuard(const QString& appKey)
     , sharedMemKey(deriveKey(appKey, QStringLiteral("_sharedmemKey")))
     , sharedMem(sharedMemKey)
     , memLock(memLockKey, 1, QSystemSemaphore::Open)
-{
-    // Attaching and dropping a second handle lets the system clean up a segment left by a crashed instance.
-    memLock.acquire();
-    {
-        QSharedMemory fix(sharedMemKey);
-        fix.attach();
-    }
-    memLock.release();
-}
+{ }
 
 RunGuard::~RunGuard()
 {
@@ -37,10 +29,7 @@ bool RunGuard::isAnotherInstanceRunning()
         return false;
     }
     memLock.acquire();
-    const bool isRunning = sharedMem.attach();
-    if (isRunning) {
-        sharedMem.detach();
-    }
+    const bool isRunning = heldElsewhere();
     memLock.release();
     return isRunning;
 }
@@ -52,7 +41,10 @@ bool RunGuard::tryClaimInstance()
         return false;
     }
     memLock.acquire();
-    const bool created = sharedMem.create(8, QSharedMemory::ReadWrite);
+    bool created = sharedMem.create(8, QSharedMemory::ReadWrite);
+    // A new key file can get the inode, and so the system-wide name, of a segment that a killed instance left.
+    if (!created && sharedMem.error() == QSharedMemory::AlreadyExists && !heldElsewhere())
+        created = sharedMem.create(8, QSharedMemory::ReadWrite);
     memLock.release();
     if (!created) {
         // Losing the race to an instance starting at the same moment is not a failure.
@@ -60,6 +52,18 @@ bool RunGuard::tryClaimInstance()
             failure = sharedMem.errorString();
         releaseInstance();
         return false;
+    }
+    return true;
+}
+
+bool RunGuard::heldElsewhere()
+{
+    // Letting go of the last attachment removes the segment, so one left by a killed instance goes with the first
+    // pass and only one that a running instance holds is still there for the second.
+    for (int pass = 0; pass < 2; ++pass) {
+        if (!sharedMem.attach())
+            return false;
+        sharedMem.detach();
     }
     return true;
 }

@@ -24,6 +24,9 @@ public:
     QString errorString() const;
 
 private:
+    // Whether another process holds the segment; drops one that nobody holds. Called with memLock acquired.
+    bool heldElsewhere();
+
     const QString key;
     const QString memLockKey;
     const QString sharedMemKey;
