@@ -15,7 +15,6 @@
 #include <QMovie>
 #include <QPointer>
 #include <QSettings>
-#include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -267,29 +266,18 @@ private slots:
         QCOMPARE(centreColour(), QColor(255, 0, 0));
     }
 
-    void animationLoopsOnlyWhileShown_data()
+    void loadingAnimationRunsOnlyWhileShown()
     {
-        QTest::addColumn<QString>("gif");
-        QTest::newRow("endless") << u":/images/loading.gif"_s;
-        QTest::newRow("played once, restarted") << QStringLiteral(TEST_DATA_DIR "/once.gif");
-    }
-
-    void animationLoopsOnlyWhileShown()
-    {
-        QFETCH(QString, gif);
         QLoadingButton button;
+        // Before its animation is set, the button has nothing to start or stop.
         button.start();
         button.stop();
         button.show();
         QVERIFY(QTest::qWaitForWindowExposed(&button));
-        button.setGif(gif);
+        button.setGif(u":/images/loading.gif"_s);
         QVERIFY(button.icon().isNull());
         button.start();
         QTRY_VERIFY(!button.icon().isNull());
-        // Past its last frame the animation goes on from the first (played fast, to get there soon).
-        QSignalSpy frames(button.movie, &QMovie::frameChanged);
-        button.movie->setSpeed(1000);
-        QTRY_VERIFY(frames.count() > button.movie->frameCount());
         // A hidden button's animation must not keep a timer running.
         button.hide();
         QCOMPARE(button.movie->state(), QMovie::Paused);
