@@ -127,35 +127,15 @@ QString credentialsText()
 // "kept-secret"; "globex.oxmerel.cloud" with robots [r1] and a key "extra: kept" that the program does not know.
 QString credentialsFile(const QString& acmeRobots)
 {
-    return QStringLiteral("credentials:\n"
-                          "  acme.oxmerel.cloud:\n"
-                          "    identity: ann@acme.example\n"
-                          "    password: czNjcmV0LXB3\n" // the test password in base64
-                          "    robots: %1\n"
-                          "    vaults: {v1: kept-secret}\n"
-                          "  globex.oxmerel.cloud:\n"
-                          "    identity: bob@globex.example\n"
-                          "    password: Z2xvYmV4LXB3\n"
-                          "    robots: [r1]\n"
-                          "    extra: kept\n")
-        .arg(acmeRobots);
+    return QString::fromUtf8(testsupport::readFile(QFINDTESTDATA("../data/credentials.yaml"))).arg(acmeRobots);
 }
 
-// A runner that signs in (password prompt, workspaceName, robots r1 "Invoices" and r2 "Reports"), then waits for a
-// robot id, reports it connected and goes on with `afterConnected`; an agent that stays up.
+// A runner that signs in to workspaceName and lists robots r1 "Invoices" and r2 "Reports", then waits for a robot id,
+// reports it connected and goes on with afterConnected; an agent that stays up.
 QString signInScenario(const QString& afterConnected = u"hang"_s, const QString& workspaceName = u"Acme"_s)
 {
-    return QStringLiteral("[oxmerel-runner]\n"
-                          "print {\"status\":\"waiting_input\",\"msg\":\"Password\"}\n"
-                          "expect\n"
-                          "print {\"status\":\"logged_in\",\"workspace\":\"%1\"}\n"
-                          "print {\"status\":\"waiting_selection\",\"items\":[{\"id\":\"r1\",\"name\":\"Invoices\"},"
-                          "{\"id\":\"r2\",\"name\":\"Reports\"}]}\n"
-                          "expect\n"
-                          "print {\"status\":\"connected\",\"level\":\"info\",\"msg\":\"connected ${LAST}\","
-                          "\"time\":\"10:00:00\"}\n")
-               .arg(workspaceName)
-        + afterConnected + u"\n[oxmerel-agent]\nhang\n"_s;
+    return QString::fromUtf8(testsupport::readFile(QFINDTESTDATA("../data/signin.scenario")))
+        .arg(workspaceName, afterConnected);
 }
 
 void verifyIdleRow(Workspace* ws)
@@ -203,53 +183,20 @@ QToolButton* toolButton(Session* s, const QString& name)
 
 } // namespace
 
-// Test access to the window's records and private helpers (the window declares this class a friend).
+// Owns the window under test and runs it against the runtime simulator, first on PATH and recording each start and
+// stdin line; reaches the window's records and private helpers (the window declares this class a friend). Ending the
+// probe quits the window, kills leftover runtimes and removes what the test left on disk.
 class ConnectDialogProbe
 {
 public:
-    Workspace* current() const { return d->currentWorkspace; }
-    QList<Workspace*> workspaces() const
-    {
-        QList<Workspace*> result;
-        for (const QString& id : d->workspaceOrder)
-            result.append(d->workspacesById.value(id));
-        return result;
-    }
-    QWidget* shownPage() const { return d->shownPage; }
-    Workspace* addConnect() { return d->addConnect(); }
-    void selectWorkspace(Workspace* ws) { d->handleWSClicked(ws->getId()); }
-    // The robot's session with its log page on screen, as when it is connected.
-    Session* showLog(const QString& id)
-    {
-        Session* s = openRobot(d->currentWorkspace, id);
-        d->showLogPane(s);
-        return s;
-    }
-    LogView* logView(Session* s) { return d->logPane(s); }
-    void logLine(Session* s, const QString& msg, const QString& level = u"info"_s)
-    {
-        d->receivedLog(s, u"t"_s, level, msg);
-    }
-
-protected:
-    void mergeListedRobots(Workspace* ws, const QList<RobotInfo*>& robots) { d->mergeListedRobots(ws, robots); }
-
-    ConnectDialog* d = nullptr;
-};
-
-// Owns the window under test and runs it against the runtime simulator, first on PATH and recording each start and
-// stdin line. Ending the rig quits the window, kills leftover runtimes and removes what the test left on disk.
-class SimRig : public ConnectDialogProbe
-{
-public:
-    SimRig()
+    ConnectDialogProbe()
     {
         registerRecordMetaTypes();
         recordPath = testsupport::useSimulator(dir.path());
         useScenario(signInScenario());
     }
 
-    ~SimRig()
+    ~ConnectDialogProbe()
     {
         if (window)
             window->exit();
@@ -276,6 +223,29 @@ public:
     }
 
     ConnectDialog* dialog() const { return d; }
+    Workspace* current() const { return d->currentWorkspace; }
+    QList<Workspace*> workspaces() const
+    {
+        QList<Workspace*> result;
+        for (const QString& id : d->workspaceOrder)
+            result.append(d->workspacesById.value(id));
+        return result;
+    }
+    QWidget* shownPage() const { return d->shownPage; }
+    Workspace* addConnect() { return d->addConnect(); }
+    void selectWorkspace(Workspace* ws) { d->handleWSClicked(ws->getId()); }
+    // The robot's session with its log page on screen, as when it is connected.
+    Session* showLog(const QString& id)
+    {
+        Session* s = openRobot(d->currentWorkspace, id);
+        d->showLogPane(s);
+        return s;
+    }
+    LogView* logView(Session* s) { return d->logPane(s); }
+    void logLine(Session* s, const QString& msg, const QString& level = u"info"_s)
+    {
+        d->receivedLog(s, u"t"_s, level, msg);
+    }
 
     // Writes credentialsFile(acmeRobots), opens the window and signs in to its "acme" entry with one click; returns
     // that workspace once the agent has started and the robots are listed.
@@ -301,7 +271,7 @@ public:
             listed.push_back(std::make_unique<RobotInfo>(id, u"Robot "_s + id));
             robots.append(listed.back().get());
         }
-        mergeListedRobots(current(), robots);
+        d->mergeListedRobots(current(), robots);
         return current();
     }
 
@@ -338,6 +308,7 @@ private:
     // The window never frees listed robots.
     std::vector<std::unique_ptr<RobotInfo>> listed;
     std::unique_ptr<ConnectDialog> window;
+    ConnectDialog* d = nullptr;
 };
 
 class TestConnectDialog final : public QObject
@@ -348,7 +319,7 @@ public slots:
     void openUrl(const QUrl& url) { openedUrls.append(url); }
 
 private slots:
-    void init() { rig = std::make_unique<SimRig>(); }
+    void init() { rig = std::make_unique<ConnectDialogProbe>(); }
     void cleanup() { rig.reset(); }
 
     void bareLabelAndEnterSignInExactlyOnce()
@@ -521,30 +492,27 @@ private slots:
         QCOMPARE(openedUrls, QList<QUrl>({ QUrl::fromLocalFile(folder) }));
     }
 
-    void robotWhoseRuntimeExitsEndsIdleAndForgotten()
-    {
-        rig->useScenario(signInScenario(u"sleep 200\nexit 3"_s));
-        Workspace* ws = rig->signIn(u"[r1]"_s);
-        QVERIFY(ws);
-        QTRY_VERIFY(!ws->sessions.contains(r1));
-        verifyIdleRow(ws);
-        // Only this robot leaves the file; the other entry keeps its own.
-        const YAML::Node entries = loadCredentials()["credentials"];
-        QCOMPARE(entries[testWorkspace]["robots"].as<QStringList>(), QStringList());
-        QCOMPARE(entries[u"globex.oxmerel.cloud"_s]["robots"].as<QStringList>(), QStringList({ r1 }));
-    }
-
-    void quitStopsEveryRuntimeAndKeepsTheFile()
+    void rememberedRobotsStayRememberedUntilTheirRuntimeEnds()
     {
         Workspace* ws = rig->signIn(u"[r1, r2]"_s);
         QVERIFY(ws);
         QTRY_VERIFY(isConnected(ws, r1) && isConnected(ws, r2));
         QCOMPARE(chosenRobots(rig->runners()), QStringList({ r1, r2 }));
-        // Quitting stops every runtime before the window goes, and keeps the remembered robots for the next start.
+        // A runtime that ends by itself leaves its robot idle and no longer remembered.
+        for (const SimStart& runner : rig->runners()) {
+            if (runner.input.value(1) == r1)
+                ::kill(static_cast<pid_t>(runner.pid), SIGKILL);
+        }
+        QTRY_VERIFY(!ws->sessions.contains(r1));
+        verifyIdleRow(ws);
+        // Quitting stops every runtime before the window goes, and keeps the other robot for the next start; the other
+        // entry keeps its own.
         rig->dialog()->exit();
         for (const SimStart& start : rig->runners() + rig->agents())
             QTRY_VERIFY(!alive(start.pid));
-        QCOMPARE(credentialsText(), credentialsFile(u"[r1, r2]"_s));
+        const YAML::Node entries = loadCredentials()["credentials"];
+        QCOMPARE(entries[testWorkspace]["robots"].as<QStringList>(), QStringList({ r2 }));
+        QCOMPARE(entries[u"globex.oxmerel.cloud"_s]["robots"].as<QStringList>(), QStringList({ r1 }));
     }
 
     void filterAndFollowKeepTheBoundAndBadges_data()
@@ -700,7 +668,7 @@ private slots:
     }
 
 private:
-    std::unique_ptr<SimRig> rig;
+    std::unique_ptr<ConnectDialogProbe> rig;
     QList<QUrl> openedUrls;
 };
 
