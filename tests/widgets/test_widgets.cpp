@@ -2,7 +2,6 @@
 #include "messagedialog.h"
 #include "qbutton.h"
 #include "qgrip.h"
-#include "qloadingbutton.h"
 #include "titlebar.h"
 #include "treeheader.h"
 #include "treeitem.h"
@@ -96,7 +95,7 @@ QStringList contextMenu(QWidget* widget)
 
 } // namespace
 
-// The frame replacement (title bar and grips), the message dialog, the styled buttons and the rows of the robot tree.
+// The frame replacement (title bar and grips), the message dialog and the rows of the robot tree.
 class TestWidgets final : public QObject
 {
     Q_OBJECT
@@ -237,39 +236,6 @@ private slots:
         const bool yes = answer == u"Yes"_s || answer == u"Return"_s;
         QCOMPARE(answers, question ? QList<bool> { yes } : QList<bool>());
         delete dialog;
-    }
-
-    void buttonColours()
-    {
-        // Disabled, normal and hover colours: the last one given stands for the focus state's too.
-        auto* button = new QButton({ u"#ff0000"_s, u"#00ff00"_s, u"#0000ff"_s });
-        window->layout()->addWidget(button);
-        button->setMinimumSize(80, 40);
-        button->show();
-        window->activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(window.get()));
-        const auto centreColour = [button] {
-            const QImage image = button->grab().toImage();
-            return image.pixelColor(image.width() / 2, image.height() / 2);
-        };
-        QCOMPARE(centreColour(), QColor(0, 255, 0));
-        button->setFocus();
-        QCOMPARE(centreColour(), QColor(0, 0, 255));
-        button->setEnabled(false);
-        QCOMPARE(centreColour(), QColor(255, 0, 0));
-    }
-
-    void loadingAnimationShowsUntilStopped()
-    {
-        QLoadingButton button;
-        button.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&button));
-        button.setGif(u":/images/loading.gif"_s);
-        QVERIFY(button.icon().isNull());
-        button.start();
-        QTRY_VERIFY(!button.icon().isNull());
-        button.stop();
-        QVERIFY(button.icon().isNull());
     }
 
     void rowMenusLockAndBadge()
