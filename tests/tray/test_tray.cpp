@@ -109,7 +109,7 @@ private slots:
         QCOMPARE(autostart::launchAgent(agentTemplate, u"/Users/a&b/tray"_s), agent);
     }
 
-    void entriesOpenTheWindowAndTheLogs()
+    void entriesAndBalloon()
     {
         mainWindow()->hide();
         entry(u"&Open"_s)->trigger();
@@ -119,10 +119,7 @@ private slots:
         entry(u"&Get Logs"_s)->trigger();
         QDesktopServices::unsetUrlHandler(QString());
         QCOMPARE(openedUrls, QList<QUrl>({ QUrl(QDir::homePath() + u"/AppData/Local/Oxmerel/logs"_s) }));
-    }
-
-    void connectedShowsBalloon()
-    {
+        // A robot's connection shows a balloon.
         emit mainWindow()->connected(u"acme"_s);
         QPointer<QWidget> balloon;
         QVERIFY(QTest::qWaitFor([&] { return (balloon = topLevel("QBalloonTip")) && balloon->isVisible(); }, 5000));

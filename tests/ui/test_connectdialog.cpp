@@ -374,31 +374,23 @@ private slots:
         QCOMPARE(asked, u"Oxmerel|Token|%1 (hidden)"_s.arg(QDir::home().dirName()));
     }
 
-    void removeAsksThenDeletesTheWholeEntry()
-    {
-        const QString file = credentialsFile(u"[]"_s);
-        QVERIFY(testsupport::writeFile(credentialsYamlPath(), file.toUtf8()));
-        rig->open();
-        Workspace* acme = rig->workspaces().at(0);
-        Workspace* globex = rig->workspaces().at(1);
-
-        acme->removeAction->trigger();
-        QVERIFY(answerModal(u"No"_s).contains(u"Remove Workspace"_s));
-        QCOMPARE(credentialsText(), file);
-        QCOMPARE(rig->workspaces().size(), 2);
-
-        acme->removeAction->trigger();
-        answerModal(u"Yes"_s);
-        QCOMPARE(rig->workspaces(), QList<Workspace*>({ globex }));
-        // The whole entry goes, vault secrets and all; the other entry keeps even the keys the program does not know.
-        QVERIFY(!credentialsText().contains(u"acme"_s));
-        QVERIFY(credentialsText().contains(u"extra: kept"_s));
-    }
-
-    void robotFromConnectToSignOut()
+    void robotsAndWorkspacesFromSignInToSignOut()
     {
         Workspace* ws = rig->signIn();
         QVERIFY(ws);
+        // "Remove" asks first; then the whole entry goes, even keys the program does not know, and the other entry
+        // keeps its own, vault secrets and all.
+        const QString file = credentialsText();
+        Workspace* globex = rig->workspaces().at(1);
+        globex->removeAction->trigger();
+        QVERIFY(answerModal(u"No"_s).contains(u"Remove Workspace"_s));
+        QCOMPARE(credentialsText(), file);
+        globex->removeAction->trigger();
+        answerModal(u"Yes"_s);
+        QCOMPARE(rig->workspaces(), QList<Workspace*>({ ws }));
+        QVERIFY(!credentialsText().contains(u"globex"_s) && !credentialsText().contains(u"extra"_s));
+        QVERIFY(credentialsText().contains(u"kept-secret"_s));
+
         // Lock mode on an idle robot only marks it.
         openRobot(ws, r2);
         rowOf(ws, r2)->lockAct->trigger();
