@@ -9,7 +9,6 @@
 #include <QDir>
 #include <QLabel>
 #include <QMenu>
-#include <QPointer>
 #include <QPushButton>
 #include <QTest>
 #include <QTextBlock>
@@ -20,14 +19,13 @@
 
 using namespace Qt::StringLiterals;
 
-// The tray, its auto-start entries and a status dialog in process, on a display with a tray host, so that the tray's
+// The tray, its auto-start entries and its status dialog in process, on a display with a tray host, so that the tray's
 // icon is a real embedded window and its balloon shows.
 class TestTray final : public QObject
 {
     Q_OBJECT
 
     std::unique_ptr<Tray> tray;
-    std::unique_ptr<StatusDialog> status;
     QList<QUrl> openedUrls;
 
     QAction* entry(const QString& text) const
@@ -36,16 +34,6 @@ class TestTray final : public QObject
         const auto found = std::find_if(actions.begin(), actions.end(), [&](QAction* a) { return a->text() == text; });
         return found == actions.end() ? nullptr : *found;
     }
-    static QWidget* topLevel(const char* className)
-    {
-        const QWidgetList widgets = QApplication::topLevelWidgets();
-        const auto found
-            = std::find_if(widgets.begin(), widgets.end(), [&](QWidget* w) { return w->inherits(className); });
-        return found == widgets.end() ? nullptr : *found;
-    }
-    static ConnectDialog* mainWindow() { return qobject_cast<ConnectDialog*>(topLevel("ConnectDialog")); }
-    QString state() const { return status->findChild<QLabel*>(u"statusLabel"_s)->text(); }
-    QPushButton* button(const QString& name) const { return status->findChild<QPushButton*>(name); }
     // Whether "&Auto-Start" and "&Do not Auto-Start" are checked.
     std::pair<bool, bool> checks() const
     {
@@ -56,17 +44,8 @@ public slots:
     void openUrl(const QUrl& url) { openedUrls.append(url); }
 
 private slots:
-    void init()
-    {
-        tray = std::make_unique<Tray>();
-        status = std::make_unique<StatusDialog>(nullptr);
-    }
-
-    void cleanup()
-    {
-        status.reset();
-        tray.reset();
-    }
+    void init() { tray = std::make_unique<Tray>(); }
+    void cleanup() { tray.reset(); }
 
     void menuAndItsChecks()
     {
@@ -111,26 +90,38 @@ private slots:
 
     void entriesAndBalloon()
     {
-        mainWindow()->hide();
+        // The window has no parent: it is the tray's only ConnectDialog among the top-level widgets.
+        ConnectDialog* window = nullptr;
+        for (QWidget* widget : QApplication::topLevelWidgets())
+            window = window ? window : qobject_cast<ConnectDialog*>(widget);
+        window->hide();
         entry(u"&Open"_s)->trigger();
-        QVERIFY(mainWindow()->isVisible());
+        QVERIFY(window->isVisible());
         // The logs folder's path is handed over as it is, not as a file: address.
         QDesktopServices::setUrlHandler(QString(), this, "openUrl");
         entry(u"&Get Logs"_s)->trigger();
         QDesktopServices::unsetUrlHandler(QString());
         QCOMPARE(openedUrls, QList<QUrl>({ QUrl(QDir::homePath() + u"/AppData/Local/Oxmerel/logs"_s) }));
         // A robot's connection shows a balloon.
-        emit mainWindow()->connected(u"acme"_s);
-        QPointer<QWidget> balloon;
-        QVERIFY(QTest::qWaitFor([&] { return (balloon = topLevel("QBalloonTip")) && balloon->isVisible(); }, 5000));
-        QStringList texts;
-        for (const QLabel* label : balloon->findChildren<QLabel*>())
-            texts << label->text();
-        QVERIFY(texts.contains(u"Oxmerel"_s) && texts.contains(u"Robot connected to acme"_s));
+        emit window->connected(u"acme"_s);
+        const auto balloonTexts = [] {
+            QStringList texts;
+            for (const QWidget* widget : QApplication::topLevelWidgets()) {
+                if (widget->inherits("QBalloonTip") && widget->isVisible()) {
+                    for (const QLabel* label : widget->findChildren<QLabel*>())
+                        texts << label->text();
+                }
+            }
+            return texts;
+        };
+        QTRY_VERIFY(balloonTexts().contains(u"Oxmerel"_s) && balloonTexts().contains(u"Robot connected to acme"_s));
     }
 
     void statusTextsAndLog()
     {
+        StatusDialog status(nullptr);
+        const auto state = [&status] { return status.findChild<QLabel*>(u"statusLabel"_s)->text(); };
+        const auto button = [&status](const QString& name) { return status.findChild<QPushButton*>(name); };
         // None changes nothing; the waiting states read as connecting until a connection, which only a disconnect
         // forgets.
         const QList<std::pair<StatusDialog::Status, QString>> shown = { { StatusDialog::WaitingInput, u"Connecting"_s },
@@ -139,22 +130,22 @@ private slots:
             { StatusDialog::Connected, u"Connected"_s }, { StatusDialog::WaitingSelection, u"Waiting Selection"_s },
             { StatusDialog::Failed, u"Failed"_s }, { StatusDialog::Connecting, u"Connecting"_s } };
         for (const auto& [value, text] : shown) {
-            status->handleStatusChange(value);
+            status.handleStatusChange(value);
             QCOMPARE(state(), text);
         }
         QTest::mouseClick(button(u"disconnectButton"_s), Qt::LeftButton);
         QCOMPARE(state(), QString());
-        status->handleStatusChange(StatusDialog::WaitingInput);
+        status.handleStatusChange(StatusDialog::WaitingInput);
         QCOMPARE(state(), u"Connecting"_s);
 
-        QTextDocument* document = status->findChild<QTextEdit*>(u"logs"_s)->document();
+        QTextDocument* document = status.findChild<QTextEdit*>(u"logs"_s)->document();
         // Laying out one huge wrapped line would freeze the window: a longer line is cut with its length, a pair of
         // surrogates at the cut going whole. The robot's log view cuts the same way.
         const QString fits(16377, 'x'_L1);
         const QList<std::pair<QString, QString>> cuts = { { fits, fits },
             { fits.chopped(1) + u"\U0001F600z"_s, fits.chopped(1) + u"\u2026 [cut from 16386 characters]"_s } };
         for (const auto& [message, cut] : cuts) {
-            status->handleLog(u"t"_s, u"info"_s, message);
+            status.handleLog(u"t"_s, u"info"_s, message);
             QCOMPARE(document->lastBlock().text(), u"t INFO "_s + cut);
         }
         QTest::mouseClick(button(u"clearButton"_s), Qt::LeftButton);
