@@ -47,7 +47,7 @@ private slots:
     void init() { tray = std::make_unique<Tray>(); }
     void cleanup() { tray.reset(); }
 
-    void menuAndItsChecks()
+    void menuAutoStartChecksAndEntries()
     {
         const auto texts = [](const QMenu* menu) {
             QStringList result;
@@ -68,10 +68,7 @@ private slots:
         QCOMPARE(checks(), std::pair(true, false));
         entry(u"&Do not Auto-Start"_s)->trigger();
         QCOMPARE(checks(), std::pair(false, true));
-    }
 
-    void autoStartEntriesNameTheExecutable()
-    {
         // Quoting escapes ", `, $ and \ with a backslash and doubles %; the key file's own escaping then doubles every
         // backslash.
         const QList<std::pair<QString, QString>> quoted = { { u"/home/a b/tray"_s, u"\"/home/a b/tray\""_s },
@@ -121,7 +118,6 @@ private slots:
     {
         StatusDialog status(nullptr);
         const auto state = [&status] { return status.findChild<QLabel*>(u"statusLabel"_s)->text(); };
-        const auto button = [&status](const QString& name) { return status.findChild<QPushButton*>(name); };
         // None changes nothing; the waiting states read as connecting until a connection, which only a disconnect
         // forgets.
         const QList<std::pair<StatusDialog::Status, QString>> shown = { { StatusDialog::WaitingInput, u"Connecting"_s },
@@ -133,7 +129,7 @@ private slots:
             status.handleStatusChange(value);
             QCOMPARE(state(), text);
         }
-        QTest::mouseClick(button(u"disconnectButton"_s), Qt::LeftButton);
+        QTest::mouseClick(status.findChild<QPushButton*>(u"disconnectButton"_s), Qt::LeftButton);
         QCOMPARE(state(), QString());
         status.handleStatusChange(StatusDialog::WaitingInput);
         QCOMPARE(state(), u"Connecting"_s);
@@ -148,7 +144,7 @@ private slots:
             status.handleLog(u"t"_s, u"info"_s, message);
             QCOMPARE(document->lastBlock().text(), u"t INFO "_s + cut);
         }
-        QTest::mouseClick(button(u"clearButton"_s), Qt::LeftButton);
+        QTest::mouseClick(status.findChild<QPushButton*>(u"clearButton"_s), Qt::LeftButton);
         QCOMPARE(document->toPlainText(), QString());
     }
 };

@@ -6,7 +6,6 @@
 #include "logview.h"
 #include "paths.h"
 #include "processes.h"
-#include "prochandler.h"
 #include "qloadingbutton.h"
 #include "recordtypes.h"
 #include "session.h"
@@ -28,7 +27,6 @@
 #include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPointer>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTemporaryDir>
@@ -439,14 +437,11 @@ private slots:
         header->connectAllAct->trigger();
         QTRY_VERIFY(isConnected(fresh, r1) && isConnected(fresh, r2));
         QCOMPARE(chosenRobots(rig->runners().mid(before.size() - 1)), QStringList({ r1, r2 }));
-        const QPointer<ProcHandler> handler = fresh->sessions.value(r1)->runner;
         header->disconnectAllAct->trigger();
         verifyIdleRow(fresh);
         QVERIFY(!fresh->sessions.contains(r2));
         for (const SimStart& start : rig->runners().mid(before.size()))
             QTRY_VERIFY(!alive(start.pid));
-        // Freed with its connection, although the robot's page is still on screen.
-        QTRY_VERIFY(!handler);
 
         // With no session left, "Logs" still opens the folder named by the workspace's and the robot's names.
         QDesktopServices::setUrlHandler(u"file"_s, this, "openUrl");

@@ -1,4 +1,5 @@
 #include "appglobals.h"
+#include "keyboardnavigation.h"
 #include "messagedialog.h"
 #include "qbutton.h"
 #include "qgrip.h"
@@ -49,10 +50,8 @@ void drag(QWidget* widget, QPoint offset)
     move(grab + offset);
     QTest::mouseRelease(widget, Qt::LeftButton, {}, grab);
     const QRect dropped = widget->window()->geometry();
-    if (!widget->window()->isMaximized()) {
-        move(grab + offset + offset);
-        QCOMPARE(widget->window()->geometry(), dropped);
-    }
+    move(grab + offset + offset);
+    QCOMPARE(widget->window()->geometry(), dropped);
 }
 
 // What the next window comes back as, from the stored state: its geometry, or an empty rectangle when maximised.
@@ -73,8 +72,9 @@ template<typename Widget, typename Property> Widget* child(QWidget* parent, Prop
     return nullptr;
 }
 
-// Right-clicks the widget and answers the entries of the menu that opens, a disabled one with a leading "-".
-QStringList contextMenu(QWidget* widget)
+// Right-clicks the widget, or presses Shift+F10 on it, and answers the entries of the menu that opens, a disabled one
+// with a leading "-".
+QStringList contextMenu(QWidget* widget, bool byKeyboard = false)
 {
     QStringList entries;
     // Scoped, so that it cannot fire after the function when no menu opened.
@@ -88,8 +88,12 @@ QStringList contextMenu(QWidget* widget)
         }
     });
     timer.start(0);
-    QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), widget->mapToGlobal(QPoint(5, 5)));
-    QApplication::sendEvent(widget, &event);
+    if (byKeyboard) {
+        QTest::keyClick(widget, Qt::Key_F10, Qt::ShiftModifier);
+    } else {
+        QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), widget->mapToGlobal(QPoint(5, 5)));
+        QApplication::sendEvent(widget, &event);
+    }
     return entries;
 }
 
@@ -248,7 +252,9 @@ private slots:
         row.connectAct->trigger();
         QCOMPARE(contextMenu(&row), QStringList({ u"-Connect"_s, u"Logs"_s, u"Clear"_s, u"Disconnect"_s, u"Lock"_s }));
         row.disconnectAct->trigger();
-        QCOMPARE(contextMenu(&row), disconnected);
+        // The window's keyboard handling opens the same menu on Shift+F10.
+        new KeyboardNavigation(&row, {}, nullptr);
+        QCOMPARE(contextMenu(&row, true), disconnected);
         row.lockAct->trigger();
         QCOMPARE(row.lockAct->text(), u"Unlock"_s);
         row.lockAct->trigger();
