@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QTest>
 
 #include <csignal>
@@ -58,7 +59,7 @@ int inChild(const std::function<void()>& body)
 }
 
 // A group the file can be given besides the test's own: any for root, else the last of the test's groups.
-uint otherGroup()
+gid_t otherGroup()
 {
     gid_t groups[64];
     const int count = ::getgroups(64, groups);
@@ -74,34 +75,19 @@ class TestStore final : public QObject
 private slots:
     void init() { QDir(oxmerelHome()).removeRecursively(); }
 
-    void refusesNodesThatAreNotStrings()
-    {
-        QVERIFY_THROWS_EXCEPTION(YAML::BadConversion, YAML::Load("{a: 1}").as<QString>());
-        QVERIFY_THROWS_EXCEPTION(YAML::BadConversion, YAML::Load("~").as<QString>());
-        QVERIFY_THROWS_EXCEPTION(YAML::BadConversion, YAML::Load("r1").as<QStringList>());
-        QVERIFY_THROWS_EXCEPTION(YAML::BadConversion, YAML::Load("{a: 1}").as<QStringList>());
-    }
-
     void convertsTheLegacyAccountInMemory_data()
     {
         // A null yaml: no such file.
         QTest::addColumn<QByteArray>("yaml");
-        QTest::addColumn<QByteArray>("json");
-        QTest::addColumn<QStringList>("robots");
-        const QByteArray account = R"({"workspace":"acme.oxmerel.cloud","identity":"ann","password":"czNjcmV0",)";
-        const QByteArray vaults = R"("vaults":{"v2":"two","v1":"one","v3":5}})";
-        const QByteArray full = account + R"("robot":"r7",)" + vaults;
-        QTest::newRow("no yaml") << QByteArray() << full << QStringList { u"r7"_s };
-        QTest::newRow("empty yaml") << QByteArray("") << full << QStringList { u"r7"_s };
-        QTest::newRow("sequence root") << QByteArray("- a\n- b\n") << full << QStringList { u"r7"_s };
-        QTest::newRow("no robot") << QByteArray() << QByteArray(account + vaults) << QStringList { QString() };
+        QTest::newRow("no yaml") << QByteArray();
+        QTest::newRow("empty yaml") << QByteArray("");
     }
 
     void convertsTheLegacyAccountInMemory()
     {
         QFETCH(QByteArray, yaml);
-        QFETCH(QByteArray, json);
-        QFETCH(QStringList, robots);
+        const QByteArray json = R"({"workspace":"acme.oxmerel.cloud","identity":"ann","password":"czNjcmV0",)"
+                                R"("robot":"r7","vaults":{"v2":"two","v1":"one","v3":5}})";
         testsupport::writeFile(credentialsJsonPath(), json);
         if (!yaml.isNull())
             testsupport::writeFile(credentialsYamlPath(), yaml);
@@ -109,7 +95,7 @@ private slots:
         const YAML::Node entry = loadCredentials()["credentials"][u"acme.oxmerel.cloud"_s];
         QCOMPARE(entry["identity"].as<QString>(), u"ann"_s);
         QCOMPARE(entry["password"].as<QString>(), u"czNjcmV0"_s);
-        QCOMPARE(entry["robots"].as<QStringList>(), robots);
+        QCOMPARE(entry["robots"].as<QStringList>(), QStringList { u"r7"_s });
         const QRegularExpression stamp(u"^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z$"_s);
         QVERIFY2(stamp.match(entry["connected_at"].as<QString>()).hasMatch(), entry["connected_at"].Scalar().c_str());
         QStringList vaultTexts;
@@ -126,14 +112,8 @@ private slots:
     void nothingToReadGivesNullAndWritesNothing()
     {
         QVERIFY(loadCredentials().IsNull());
-        // A folder where the legacy file should be cannot be read as one.
-        QVERIFY(QDir().mkpath(credentialsJsonPath()));
-        QVERIFY(migrateLegacyCredentials().IsNull());
-        saveCredentials(YAML::Load("other: 1"));
-        removeCredentialsEntry(u"acme.oxmerel.cloud"_s);
-        QVERIFY(!QFile::exists(credentialsYamlPath()));
         // A file where the folder should be: the save gives up.
-        QVERIFY(QDir(oxmerelHome()).removeRecursively() && testsupport::writeFile(oxmerelHome(), {}));
+        QVERIFY(testsupport::writeFile(oxmerelHome(), {}));
         storeCredentialsRobots(u"acme.oxmerel.cloud"_s, {});
         QVERIFY(QFileInfo(oxmerelHome()).isFile() && QFile::remove(oxmerelHome()));
     }
@@ -160,58 +140,40 @@ private slots:
         QCOMPARE(entries[created]["robots"].size(), std::size_t(0));
     }
 
-    void interruptedSaveLeavesTheOldFile_data()
+    void fullDiskLeavesTheOldFile()
     {
-        QTest::addColumn<bool>("crash");
-        QTest::newRow("crash") << true;
-        QTest::newRow("full disk") << false;
-    }
-
-    void interruptedSaveLeavesTheOldFile()
-    {
-        QFETCH(bool, crash);
         const QByteArray old = twoEntries + "  big.oxmerel.cloud: {vaults: {v9: " + QByteArray(20000, 'x') + "}}\n";
         testsupport::writeFile(credentialsYamlPath(), old);
-        // The file size limit ends the copy half-way through the write, or only the write when its signal is ignored.
-        const int status = inChild([crash] {
-            std::signal(SIGXFSZ, crash ? SIG_DFL : SIG_IGN);
-            const rlimit small { 4096, 4096 };
-            ::setrlimit(RLIMIT_FSIZE, &small);
-            storeCredentialsRobots(u"zeta.oxmerel.cloud"_s, { u"r9"_s });
+        // The file size limit stops the write half-way, as a full disk would.
+        rlimit saved {};
+        ::getrlimit(RLIMIT_FSIZE, &saved);
+        const auto restore = qScopeGuard([&saved] {
+            ::setrlimit(RLIMIT_FSIZE, &saved);
+            std::signal(SIGXFSZ, SIG_DFL);
         });
-        QVERIFY(crash ? WIFSIGNALED(status) && WTERMSIG(status) == SIGXFSZ : WIFEXITED(status));
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit small { 4096, saved.rlim_max };
+        QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
+        storeCredentialsRobots(u"zeta.oxmerel.cloud"_s, { u"r9"_s });
         QCOMPARE(testsupport::readFile(credentialsYamlPath()), old);
-    }
-
-    void savedFileKeepsItsSecrets_data()
-    {
-        QTest::addColumn<bool>("yamlExists");
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<uint>("group");
-        // The first save after a legacy account creates the file; a rewrite replaces it with a new one.
-        QTest::newRow("created") << false << 0600 << uint(::getegid());
-        QTest::newRow("rewritten") << true << 0640 << otherGroup();
     }
 
     void savedFileKeepsItsSecrets()
     {
-        QFETCH(bool, yamlExists);
-        QFETCH(int, mode);
-        QFETCH(uint, group);
-        if (group == uint(::getegid()) && yamlExists)
-            QSKIP("needs a second group to change the file to");
+        // The first save after a legacy account creates the file for its owner alone; a rewrite keeps what was set.
         const QByteArray path = QFile::encodeName(credentialsYamlPath());
         testsupport::writeFile(credentialsJsonPath(), R"({"workspace":"acme.oxmerel.cloud","robot":"r7"})");
-        if (yamlExists) {
-            testsupport::writeFile(credentialsYamlPath(), twoEntries);
-            QCOMPARE(::chown(path.constData(), uid_t(-1), gid_t(group)), 0);
-            QCOMPARE(::chmod(path.constData(), mode_t(mode)), 0);
-        }
-        storeCredentialsRobots(u"acme.oxmerel.cloud"_s, {});
         struct stat saved = {};
+        storeCredentialsRobots(u"acme.oxmerel.cloud"_s, {});
         QCOMPARE(::stat(path.constData(), &saved), 0);
-        QCOMPARE(int(saved.st_mode & 07777), mode);
-        QCOMPARE(uint(saved.st_gid), group);
+        QCOMPARE(saved.st_mode & 07777, mode_t(0600));
+        const gid_t group = otherGroup();
+        QCOMPARE(::chown(path.constData(), uid_t(-1), group), 0);
+        QCOMPARE(::chmod(path.constData(), 0640), 0);
+        storeCredentialsRobots(u"acme.oxmerel.cloud"_s, {});
+        QCOMPARE(::stat(path.constData(), &saved), 0);
+        QCOMPARE(saved.st_mode & 07777, mode_t(0640));
+        QCOMPARE(saved.st_gid, group);
     }
 
     void unreadableFileEndsTheProcessWithOneLine_data()
@@ -230,7 +192,6 @@ private slots:
     {
         QFETCH(QByteArray, yaml);
         QFETCH(QByteArray, reason);
-        QVERIFY(!reason.isEmpty());
         const QByteArray path = QFile::encodeName(credentialsYamlPath());
         if (yaml == "folder")
             QVERIFY(QDir().mkpath(credentialsYamlPath()));
