@@ -126,15 +126,6 @@ QString ProgramDriver::openTrayMenu(const QStringList& keys)
     return waitForWindowWhere(isNew);
 }
 
-bool ProgramDriver::quitFromTrayMenu()
-{
-    const QString menu = openTrayMenu();
-    if (menu.isEmpty())
-        return false;
-    keys(menu, { u"q"_s });
-    return waitForExit() == 0;
-}
-
 void ProgramDriver::click(const QString& window, int x, int y, int button)
 {
     tool(u"xdotool"_s,

@@ -36,8 +36,6 @@ public:
     bool closeMainWindow();
     // Opens the tray menu and answers its window; with keys, presses them in it and answers the submenu they open.
     QString openTrayMenu(const QStringList& keys = {});
-    // "&Quit" from the tray menu; answers whether the program then ended with 0.
-    bool quitFromTrayMenu();
 
     // Clicks inside a window at (x, y) of the window; button 1 left, 3 right.
     static void click(const QString& window, int x, int y, int button = 1);

@@ -7,7 +7,6 @@
 #include <windows.h>
 
 #include <cstdio>
-#include <cstring>
 #include <string>
 
 namespace {
@@ -55,7 +54,7 @@ int test()
     const PROCESS_INFORMATION parent = startRole("parent", 0, outWrite);
     CloseHandle(outWrite);
 
-    // The child's line: its id and the grandchild's.
+    // The child's line: its id and the grandchild's. Both must run before the parent ends, or nothing is shown.
     std::string line;
     char c = 0;
     DWORD count = 0;
@@ -64,23 +63,19 @@ int test()
     unsigned long pids[2] = {};
     HANDLE tree[2] = {};
     std::sscanf(line.c_str(), "%lu %lu", &pids[0], &pids[1]);
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < 2; ++i)
         tree[i] = pids[i] ? OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE, FALSE, pids[i]) : nullptr;
-        if (!tree[i] || WaitForSingleObject(tree[i], 0) != WAIT_TIMEOUT) {
-            std::fprintf(stderr, "the tree is not running before the parent ends: \"%s\"\n", line.c_str());
-            return 2;
-        }
+    if (!tree[0] || !tree[1] || WaitForMultipleObjects(2, tree, FALSE, 0) != WAIT_TIMEOUT) {
+        std::fprintf(stderr, "the tree is not running before the parent ends: \"%s\"\n", line.c_str());
+        return 2;
     }
 
     TerminateProcess(parent.hProcess, 3);
     const bool treeEnded = WaitForMultipleObjects(2, tree, TRUE, 20000) == WAIT_OBJECT_0;
-    for (int i = 0; i < 2; ++i) {
-        if (WaitForSingleObject(tree[i], 0) == WAIT_TIMEOUT)
-            std::fprintf(stderr, "process %lu outlived the parent\n", pids[i]);
-        TerminateProcess(tree[i], 1);
-    }
-    if (treeEnded)
-        std::printf("child %lu and grandchild %lu ended with the parent\n", pids[0], pids[1]);
+    for (HANDLE process : tree)
+        TerminateProcess(process, 1);
+    std::printf("child %lu and grandchild %lu %s\n", pids[0], pids[1],
+        treeEnded ? "ended with the parent" : "outlived the parent");
     return treeEnded ? 0 : 1;
 }
 
@@ -88,15 +83,15 @@ int test()
 
 int main(int argc, char* argv[])
 {
-    const char* role = argc > 1 ? argv[1] : "";
-    if (std::strcmp(role, "parent") == 0)
+    const std::string role = argc > 1 ? argv[1] : "";
+    if (role == "parent")
         return parent();
-    if (std::strcmp(role, "child") == 0) {
+    if (role == "child") {
         const PROCESS_INFORMATION grandchild = startRole("grandchild", 0);
         std::printf("%lu %lu\n", GetCurrentProcessId(), grandchild.dwProcessId);
         std::fflush(stdout);
     }
-    if (std::strcmp(role, "child") == 0 || std::strcmp(role, "grandchild") == 0) {
+    if (role == "child" || role == "grandchild") {
         Sleep(600000);
         return 0;
     }
