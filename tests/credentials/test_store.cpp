@@ -5,7 +5,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QTest>
@@ -66,6 +65,14 @@ gid_t otherGroup()
     return ::geteuid() == 0 ? ::getegid() + 1 : count > 0 ? groups[count - 1] : ::getegid();
 }
 
+// The file's permission bits and group.
+std::pair<mode_t, gid_t> rights(const QString& path)
+{
+    struct stat info = {};
+    ::stat(QFile::encodeName(path).constData(), &info);
+    return { info.st_mode & 07777, info.st_gid };
+}
+
 } // namespace
 
 class TestStore final : public QObject
@@ -75,22 +82,11 @@ class TestStore final : public QObject
 private slots:
     void init() { QDir(oxmerelHome()).removeRecursively(); }
 
-    void convertsTheLegacyAccountInMemory_data()
-    {
-        // A null yaml: no such file.
-        QTest::addColumn<QByteArray>("yaml");
-        QTest::newRow("no yaml") << QByteArray();
-        QTest::newRow("empty yaml") << QByteArray("");
-    }
-
     void convertsTheLegacyAccountInMemory()
     {
-        QFETCH(QByteArray, yaml);
         const QByteArray json = R"({"workspace":"acme.oxmerel.cloud","identity":"ann","password":"czNjcmV0",)"
                                 R"("robot":"r7","vaults":{"v2":"two","v1":"one","v3":5}})";
         testsupport::writeFile(credentialsJsonPath(), json);
-        if (!yaml.isNull())
-            testsupport::writeFile(credentialsYamlPath(), yaml);
 
         const YAML::Node entry = loadCredentials()["credentials"][u"acme.oxmerel.cloud"_s];
         QCOMPARE(entry["identity"].as<QString>(), u"ann"_s);
@@ -103,24 +99,21 @@ private slots:
             vaultTexts.append(vault.first.as<QString>() + '='_L1 + vault.second.as<QString>());
         QCOMPARE(vaultTexts, QStringList({ u"v1=one"_s, u"v2=two"_s, u"v3="_s }));
 
-        // Converted in memory only: neither file changes.
+        // Converted in memory only: neither file changes until the first save, which makes the file for its owner
+        // alone.
         QCOMPARE(testsupport::readFile(credentialsJsonPath()), json);
-        QCOMPARE(QFile::exists(credentialsYamlPath()), !yaml.isNull());
-        QCOMPARE(testsupport::readFile(credentialsYamlPath()), yaml);
-    }
-
-    void nothingToReadGivesNullAndWritesNothing()
-    {
-        QVERIFY(loadCredentials().IsNull());
-        // A file where the folder should be: the save gives up.
-        QVERIFY(testsupport::writeFile(oxmerelHome(), {}));
+        QVERIFY(!QFile::exists(credentialsYamlPath()));
         storeCredentialsRobots(u"acme.oxmerel.cloud"_s, {});
-        QVERIFY(QFileInfo(oxmerelHome()).isFile() && QFile::remove(oxmerelHome()));
+        QCOMPARE(rights(credentialsYamlPath()).first, mode_t(0600));
     }
 
-    void rewritesKeepEveryOtherKey()
+    void rewritesKeepEveryOtherKeyAndTheFilesRights()
     {
         testsupport::writeFile(credentialsYamlPath(), twoEntries);
+        const QByteArray path = QFile::encodeName(credentialsYamlPath());
+        const gid_t group = otherGroup();
+        QCOMPARE(::chown(path.constData(), uid_t(-1), group), 0);
+        QCOMPARE(::chmod(path.constData(), 0640), 0);
         const QString zeta = u"zeta.oxmerel.cloud"_s;
         const QString created = u"new.oxmerel.cloud"_s;
         storeCredentialsRobots(zeta, { u"r2"_s });
@@ -138,6 +131,7 @@ private slots:
         QCOMPARE(entries[created].size(), std::size_t(1));
         QVERIFY(entries[created]["robots"].IsSequence());
         QCOMPARE(entries[created]["robots"].size(), std::size_t(0));
+        QCOMPARE(rights(credentialsYamlPath()), std::pair(mode_t(0640), group));
     }
 
     void fullDiskLeavesTheOldFile()
@@ -158,33 +152,14 @@ private slots:
         QCOMPARE(testsupport::readFile(credentialsYamlPath()), old);
     }
 
-    void savedFileKeepsItsSecrets()
-    {
-        // The first save after a legacy account creates the file for its owner alone; a rewrite keeps what was set.
-        const QByteArray path = QFile::encodeName(credentialsYamlPath());
-        testsupport::writeFile(credentialsJsonPath(), R"({"workspace":"acme.oxmerel.cloud","robot":"r7"})");
-        struct stat saved = {};
-        storeCredentialsRobots(u"acme.oxmerel.cloud"_s, {});
-        QCOMPARE(::stat(path.constData(), &saved), 0);
-        QCOMPARE(saved.st_mode & 07777, mode_t(0600));
-        const gid_t group = otherGroup();
-        QCOMPARE(::chown(path.constData(), uid_t(-1), group), 0);
-        QCOMPARE(::chmod(path.constData(), 0640), 0);
-        storeCredentialsRobots(u"acme.oxmerel.cloud"_s, {});
-        QCOMPARE(::stat(path.constData(), &saved), 0);
-        QCOMPARE(saved.st_mode & 07777, mode_t(0640));
-        QCOMPARE(saved.st_gid, group);
-    }
-
     void unreadableFileEndsTheProcessWithOneLine_data()
     {
-        // "folder" and "pipe" stand in the file's place.
+        // A pipe stands in the file's place.
         QTest::addColumn<QByteArray>("yaml");
         QTest::addColumn<QByteArray>("reason");
         // The library's own message, with the place of the error.
         QTest::newRow("malformed") << QByteArray("credentials:\n  acme: [unclosed\n")
                                    << QByteArray("yaml-cpp: error at line 3, column 1: end of sequence flow not found");
-        QTest::newRow("folder") << QByteArray("folder") << QByteArray("is a folder, not a file");
         QTest::newRow("pipe") << QByteArray("pipe") << QByteArray("is not a regular file");
     }
 
@@ -193,9 +168,7 @@ private slots:
         QFETCH(QByteArray, yaml);
         QFETCH(QByteArray, reason);
         const QByteArray path = QFile::encodeName(credentialsYamlPath());
-        if (yaml == "folder")
-            QVERIFY(QDir().mkpath(credentialsYamlPath()));
-        else if (yaml == "pipe")
+        if (yaml == "pipe")
             QVERIFY(QDir().mkpath(oxmerelHome()) && ::mkfifo(path.constData(), 0600) == 0);
         else
             QVERIFY(testsupport::writeFile(credentialsYamlPath(), yaml));
