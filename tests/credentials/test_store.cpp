@@ -11,7 +11,6 @@
 
 #include <csignal>
 #include <fcntl.h>
-#include <functional>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -37,24 +36,6 @@ void writeCoverage(int)
 #ifdef OXMEREL_COVERAGE
     __gcov_dump();
 #endif
-}
-
-// Runs body in a forked copy of this process and returns its wait status, so that a crash stays in the copy.
-int inChild(const std::function<void()>& body)
-{
-    const pid_t pid = ::fork();
-    if (pid == 0) {
-        // Instead of the test library's crash handler, which would attach a debugger; abort() still ends the copy.
-        std::signal(SIGABRT, writeCoverage);
-        const rlimit noCore { 0, 0 };
-        ::setrlimit(RLIMIT_CORE, &noCore);
-        // As in the program, an exception that nothing catches reaches std::terminate, not the test library.
-        [&body]() noexcept { body(); }();
-        ::_exit(0);
-    }
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    return status;
 }
 
 // A group the file can be given besides the test's own: any for root, else the last of the test's groups.
@@ -174,11 +155,20 @@ private slots:
             QVERIFY(testsupport::writeFile(credentialsYamlPath(), yaml));
 
         const QString errPath = QDir(oxmerelHome()).filePath(u"stderr.txt"_s);
-        const int status = inChild([&errPath] {
-            const int fd = ::open(QFile::encodeName(errPath).constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-            ::dup2(fd, STDERR_FILENO);
-            loadCredentials();
-        });
+        // In a forked copy, so that the end stays there.
+        const pid_t pid = ::fork();
+        if (pid == 0) {
+            // Instead of the test library's crash handler, which would attach a debugger; abort() still ends the copy.
+            std::signal(SIGABRT, writeCoverage);
+            const rlimit noCore { 0, 0 };
+            ::setrlimit(RLIMIT_CORE, &noCore);
+            ::dup2(::open(QFile::encodeName(errPath).constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);
+            // As in the program, an exception that nothing catches reaches std::terminate, not the test library.
+            []() noexcept { loadCredentials(); }();
+            ::_exit(0);
+        }
+        int status = 0;
+        ::waitpid(pid, &status, 0);
         QVERIFY(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT);
         const QList<QByteArray> lines = testsupport::readFile(errPath).trimmed().split('\n');
         QCOMPARE(lines.size(), 1);
