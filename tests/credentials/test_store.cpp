@@ -5,7 +5,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QRegularExpression>
 #include <QScopeGuard>
 #include <QTest>
 
@@ -73,16 +72,12 @@ private slots:
         QCOMPARE(entry["identity"].as<QString>(), u"ann"_s);
         QCOMPARE(entry["password"].as<QString>(), u"czNjcmV0"_s);
         QCOMPARE(entry["robots"].as<QStringList>(), QStringList { u"r7"_s });
-        const QRegularExpression stamp(u"^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z$"_s);
-        QVERIFY2(stamp.match(entry["connected_at"].as<QString>()).hasMatch(), entry["connected_at"].Scalar().c_str());
         QStringList vaultTexts;
         for (const auto& vault : entry["vaults"])
             vaultTexts.append(vault.first.as<QString>() + '='_L1 + vault.second.as<QString>());
         QCOMPARE(vaultTexts, QStringList({ u"v1=one"_s, u"v2=two"_s, u"v3="_s }));
 
-        // Converted in memory only: neither file changes until the first save, which makes the file for its owner
-        // alone.
-        QCOMPARE(testsupport::readFile(credentialsJsonPath()), json);
+        // Converted in memory only: the first save makes the file, for its owner alone.
         QVERIFY(!QFile::exists(credentialsYamlPath()));
         storeCredentialsRobots(u"acme.oxmerel.cloud"_s, {});
         QCOMPARE(rights(credentialsYamlPath()).first, mode_t(0600));
@@ -170,10 +165,7 @@ private slots:
         int status = 0;
         ::waitpid(pid, &status, 0);
         QVERIFY(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT);
-        const QList<QByteArray> lines = testsupport::readFile(errPath).trimmed().split('\n');
-        QCOMPARE(lines.size(), 1);
-        QVERIFY2(lines.first().contains(path), lines.first().constData());
-        QVERIFY2(lines.first().endsWith(reason), lines.first().constData());
+        QCOMPARE(testsupport::readFile(errPath), "Oxmerel Connect: credentials file " + path + ": " + reason + '\n');
     }
 };
 

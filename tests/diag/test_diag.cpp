@@ -8,8 +8,6 @@
 #include <QMap>
 #include <QTest>
 
-#include <archive.h>
-#include <archive_entry.h>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -18,23 +16,18 @@ using testsupport::writeFile;
 
 namespace {
 
-// Every entry of a zip by name; empty when it cannot be read.
-QMap<QString, QByteArray> unpack(const QString& path)
+// Every entry of a zip by name, unpacked by another reader (Python's), which checks every entry's CRC; empty when it
+// cannot be read.
+QMap<QString, QByteArray> unpack(const QString& zip)
 {
+    const QString folder = zip + u".unpacked"_s;
     QMap<QString, QByteArray> entries;
-    archive* zip = archive_read_new();
-    archive_read_support_format_zip(zip);
-    if (archive_read_open_filename(zip, QFile::encodeName(path).constData(), 64 * 1024) == ARCHIVE_OK) {
-        archive_entry* entry = nullptr;
-        while (archive_read_next_header(zip, &entry) == ARCHIVE_OK) {
-            QByteArray data;
-            char buffer[64 * 1024];
-            for (la_ssize_t n; (n = archive_read_data(zip, buffer, sizeof buffer)) > 0;)
-                data.append(buffer, n);
-            entries.insert(QString::fromUtf8(archive_entry_pathname_utf8(entry)), data);
-        }
+    if (testsupport::runTool(u"python3"_s, { u"-m"_s, u"zipfile"_s, u"-e"_s, zip, folder }).exitCode != 0)
+        return entries;
+    for (QDirIterator it(folder, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
+        const QString path = it.next();
+        entries.insert(QDir(folder).relativeFilePath(path), testsupport::readFile(path));
     }
-    archive_read_free(zip);
     return entries;
 }
 
@@ -158,10 +151,6 @@ private slots:
         for (const QStringList& usage : badUsages)
             QTest::newRow(qPrintable(u"bad usage: "_s + usage.join(' '_L1)))
                 << acmeCredentials << usage << 2 << QStringList { u"Try 'oxmerel-connect-diag --help'."_s };
-        QTest::newRow("help") << acmeCredentials << QStringList { u"--help"_s } << 0
-                              << QStringList { u"bundle [-o FILE.zip] [--days N] [--dry-run]"_s, u"status [--json]"_s };
-        QTest::newRow("empty home") << QByteArray() << QStringList { u"bundle"_s, u"--dry-run"_s } << 0
-                                    << QStringList { u"credentials.yaml: missing"_s, u"logs/: missing"_s };
         // Without a desktop folder the bundle goes to the home folder.
         QTest::newRow("default bundle") << QByteArray() << QStringList { u"bundle"_s } << 0
                                         << QStringList { QDir::homePath() + u"/oxmerel-connect-diag-"_s };

@@ -40,8 +40,8 @@ class TestProcHandler final : public QObject
         ProcHandler* h = handler.get();
         h->setPassword(password);
         connect(
-            h, &ProcHandler::receivedLog, this, [this](const QString& time, const QString& level, const QString& msg) {
-                events.append(u"log %1|%2|%3"_s.arg(time, level, msg));
+            h, &ProcHandler::receivedLog, this, [this](const QString& time, const QString& level, const QString& text) {
+                events.append(u"log %1|%2|%3"_s.arg(time, level, text));
             });
         connect(h, &ProcHandler::loggedIn, this, [this](const QString& ws) { events.append(u"loggedIn "_s + ws); });
         connect(h, &ProcHandler::robotsListed, this, [this](const QList<RobotInfo*>& robots) {
