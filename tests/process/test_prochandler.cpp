@@ -64,7 +64,6 @@ private slots:
     void initTestCase()
     {
         registerRecordMetaTypes();
-        QVERIFY(dir.isValid());
         record = testsupport::useSimulator(dir.path());
         RuntimePrompts::setWarningHook(
             [this](const QString& title, const QString&) { events.append(u"warning "_s + title); });
