@@ -91,9 +91,8 @@ private slots:
         QCOMPARE(::chown(path.constData(), uid_t(-1), group), 0);
         QCOMPARE(::chmod(path.constData(), 0640), 0);
         const QString zeta = u"zeta.oxmerel.cloud"_s;
-        const QString created = u"new.oxmerel.cloud"_s;
         storeCredentialsRobots(zeta, { u"r2"_s });
-        storeCredentialsRobots(created, {});
+        storeCredentialsRobots(u"new.oxmerel.cloud"_s, {});
         removeCredentialsEntry(u"alpha.oxmerel.cloud"_s);
 
         const YAML::Node root = loadCredentials();
@@ -104,7 +103,7 @@ private slots:
         QCOMPARE(entries[zeta]["identity"].as<QString>(), u"z"_s);
         QCOMPARE(entries[zeta]["vaults"]["v1"].as<QString>(), u"one"_s);
         QCOMPARE(entries[zeta]["extra"].as<QString>(), u"kept"_s);
-        QCOMPARE(YAML::Dump(entries[created]), "robots: []");
+        QCOMPARE(YAML::Dump(entries[u"new.oxmerel.cloud"_s]), "robots: []");
         QCOMPARE(rights(credentialsYamlPath()), std::pair(mode_t(0640), group));
     }
 

@@ -150,6 +150,9 @@ private slots:
         for (const QStringList& usage : badUsages)
             QTest::newRow(qPrintable(u"bad usage: "_s + usage.join(' '_L1)))
                 << acmeCredentials << usage << 2 << QStringList { u"Try 'oxmerel-connect-diag --help'."_s };
+        for (const auto& [option, text] :
+            { std::pair(u"--help"_s, u"status [--json]"_s), std::pair(u"--version"_s, u"v25.4.2"_s) })
+            QTest::newRow(qPrintable(option)) << acmeCredentials << QStringList { option } << 0 << QStringList { text };
         // Without a desktop folder the bundle goes to the home folder.
         QTest::newRow("default bundle") << QByteArray() << QStringList { u"bundle"_s } << 0
                                         << QStringList { QDir::homePath() + u"/oxmerel-connect-diag-"_s };
