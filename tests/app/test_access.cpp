@@ -7,8 +7,7 @@
 #include <QRegularExpression>
 #include <QTest>
 
-#include <memory>
-
+using namespace Qt::StringLiterals;
 using testsupport::ProgramDriver;
 
 namespace {
@@ -20,6 +19,14 @@ QString runTool(const QString& name, const QStringList& arguments, int timeoutMs
     return QString::fromUtf8(testsupport::runTool(name, arguments, timeoutMs).out);
 }
 
+// One line per object on screen: "role<TAB>name<TAB>description[<TAB>focused]", or problems; see atspi_walk.py.
+QStringList walk(qint64 pid, const QString& option = u"--list"_s)
+{
+    const QString walker = QFINDTESTDATA("atspi_walk.py");
+    return runTool(u"/usr/bin/python3"_s, { walker, QString::number(pid), option }, stepTimeoutMs)
+        .split('\n'_L1, Qt::SkipEmptyParts);
+}
+
 } // namespace
 
 // The real program on a private X server and session bus, seen through the accessibility bus as a screen reader sees
@@ -29,83 +36,46 @@ class TestAccess final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void keyboardOnlyFlowAndNames();
-
-private:
-    // One line per object on screen: "role<TAB>name<TAB>description[<TAB>focused]", or problems; see atspi_walk.py.
-    QStringList walk(const QString& option = QStringLiteral("--list")) const;
-    // Waits for an object whose line matches the pattern whole.
-    bool waitForObject(const QString& pattern) const;
-    // Presses the xdotool key names, separated by spaces.
-    void keys(const QString& names) const { ProgramDriver::keys(window, names.split(QLatin1Char(' '))); }
-    void type(const QString& text) const
+    void keyboardOnlyFlowAndNames()
     {
-        runTool(QStringLiteral("xdotool"), { QStringLiteral("type"), QStringLiteral("--window"), window, text });
+        qputenv("OXMEREL_SIM_SCENARIO", QFile::encodeName(QFINDTESTDATA("../data/keyboard-flow.scenario")));
+        testsupport::useSimulator(QDir::homePath());
+        ProgramDriver program;
+        const QString window = program.mainWindow();
+        QVERIFY2(!window.isEmpty(), program.running() ? "the program runs but shows no window" : "the program ended");
+        runTool(u"xdotool"_s, { u"windowfocus"_s, u"--sync"_s, window });
+        // Presses xdotool key names separated by spaces, or types a text, or waits for an object's line.
+        const auto keys = [&](const QString& names) { ProgramDriver::keys(window, names.split(' '_L1)); };
+        const auto type = [&](const QString& text) {
+            runTool(u"xdotool"_s, { u"type"_s, u"--window"_s, window, text });
+        };
+        const auto waitForObject = [&](const QString& pattern) {
+            const QRegularExpression line(QRegularExpression::anchoredPattern(pattern));
+            return QTest::qWaitFor([&] { return walk(program.pid()).indexOf(line) >= 0; }, stepTimeoutMs);
+        };
+
+        // Nothing has the focus at first: Tab reaches the sidebar, then the sign-in form.
+        keys(u"Tab Tab Tab"_s);
+        type(u"acme"_s);
+        keys(u"Tab"_s);
+        type(u"robot@acme.example"_s);
+        keys(u"Tab"_s);
+        type(u"secret-password"_s);
+        keys(u"Return"_s);
+        QVERIFY(waitForObject(u"push button\tAcme\t.*"_s));
+
+        // Select the workspace, go to its tree, connect the first robot from its menu.
+        keys(u"Tab Tab Return Tab Tab Down Menu Down Return"_s);
+        QVERIFY(waitForObject(u"table cell\tInvoices, connected\t\tfocused"_s));
+
+        // Every control on screen now (the tree, the robot's log page) has a name and the role it works as.
+        QCOMPARE(walk(program.pid(), QString()), QStringList({ u"walked"_s }));
+        const QStringList objects = walk(program.pid());
+        for (const QString& expected : { u"table cell\tReports, idle\t"_s, u"text\tLog of Invoices\tAll lines"_s,
+                 u"check box\tWord match\tMakes the search case-sensitive"_s })
+            QVERIFY2(objects.contains(expected), qPrintable(objects.join('\n'_L1)));
     }
-
-    std::unique_ptr<ProgramDriver> program;
-    QString window;
 };
-
-void TestAccess::initTestCase()
-{
-    qputenv("OXMEREL_SIM_SCENARIO", QFile::encodeName(QFINDTESTDATA("../data/keyboard-flow.scenario")));
-    testsupport::useSimulator(QDir::homePath());
-    program = std::make_unique<ProgramDriver>();
-    QVERIFY(program->started());
-    window = program->mainWindow();
-    QVERIFY2(!window.isEmpty(), program->running() ? "the program runs but shows no window" : "the program ended");
-    runTool(QStringLiteral("xdotool"), { QStringLiteral("windowfocus"), QStringLiteral("--sync"), window });
-}
-
-QStringList TestAccess::walk(const QString& option) const
-{
-    const QString walker = QFINDTESTDATA("atspi_walk.py");
-    return runTool(
-        QStringLiteral("/usr/bin/python3"), { walker, QString::number(program->pid()), option }, stepTimeoutMs)
-        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-}
-
-bool TestAccess::waitForObject(const QString& pattern) const
-{
-    const QRegularExpression line(QRegularExpression::anchoredPattern(pattern));
-    return QTest::qWaitFor([&] { return walk().indexOf(line) >= 0; }, stepTimeoutMs);
-}
-
-void TestAccess::keyboardOnlyFlowAndNames()
-{
-    // Nothing has the focus at first: Tab reaches the sidebar, then the sign-in form.
-    keys(QStringLiteral("Tab Tab Tab"));
-    type(QStringLiteral("acme"));
-    keys(QStringLiteral("Tab"));
-    type(QStringLiteral("robot@acme.example"));
-    keys(QStringLiteral("Tab"));
-    type(QStringLiteral("secret-password"));
-    keys(QStringLiteral("Return"));
-    QVERIFY(waitForObject(QStringLiteral("push button\tAcme\t.*")));
-
-    // Select the workspace, go to its tree, connect the first robot from its menu.
-    keys(QStringLiteral("Tab Tab Return Tab Tab Down Menu Down Return"));
-    QVERIFY(waitForObject(QStringLiteral("table cell\tInvoices, connected\t\tfocused")));
-
-    // Tab through the log page's tool bar to the log, and filter it from its menu.
-    keys(QStringLiteral("Tab Tab Tab Tab Tab"));
-    QVERIFY(waitForObject(QStringLiteral("text\tLog of Invoices\tAll lines\tfocused")));
-    keys(QStringLiteral("Menu s e"));
-    QVERIFY(waitForObject(QStringLiteral("text\tLog of Invoices\tErrors only\tfocused")));
-
-    // Back to the robot's row and disconnect it ("Connect" is greyed out, so the third step down is "Disconnect").
-    keys(QStringLiteral("shift+Tab shift+Tab shift+Tab shift+Tab shift+Tab Menu Down Down Down Return"));
-    QVERIFY(waitForObject(QStringLiteral("table cell\tInvoices, idle\t\tfocused")));
-
-    // Every control on screen now (the tree, a log page filtered) has a name and the role it works as.
-    QCOMPARE(walk(QString()), QStringList({ QStringLiteral("walked") }));
-    const QStringList objects = walk();
-    for (const QString& expected : { QStringLiteral("table cell\tReports, idle\t"),
-             QStringLiteral("check box\tWord match\tMakes the search case-sensitive") })
-        QVERIFY2(objects.contains(expected), qPrintable(objects.join(QLatin1Char('\n'))));
-}
 
 QTEST_MAIN(TestAccess)
 #include "test_access.moc"

@@ -10,33 +10,12 @@
 
 namespace testsupport {
 
-namespace {
-
-// The fields of /proc/<pid>/stat after the command's closing parenthesis: state, ppid, pgrp, ...
-QList<QByteArray> statFields(const QString& pid)
-{
-    const QByteArray stat = readFile(QStringLiteral("/proc/%1/stat").arg(pid));
-    const qsizetype close = stat.lastIndexOf(')');
-    return close < 0 ? QList<QByteArray>() : stat.mid(close + 2).split(' ');
-}
-
-} // namespace
-
 bool alive(qint64 pid)
 {
-    const QList<QByteArray> fields = statFields(QString::number(pid));
-    return !fields.isEmpty() && fields.first() != "Z";
-}
-
-bool groupAlive(qint64 group)
-{
-    const QStringList pids = QDir(QStringLiteral("/proc")).entryList({ QStringLiteral("[0-9]*") }, QDir::Dirs);
-    for (const QString& pid : pids) {
-        const QList<QByteArray> fields = statFields(pid);
-        if (fields.size() > 2 && fields.at(0) != "Z" && fields.at(2).toLongLong() == group)
-            return true;
-    }
-    return false;
+    // The state follows the command's closing parenthesis in /proc/<pid>/stat.
+    const QByteArray stat = readFile(QStringLiteral("/proc/%1/stat").arg(pid));
+    const qsizetype close = stat.lastIndexOf(')');
+    return close >= 0 && stat.mid(close + 2, 1) != "Z";
 }
 
 QStringList simulatorRecords(const QString& recordPath, const QString& key)

@@ -8,8 +8,6 @@ namespace testsupport {
 
 // True while the process exists and is not a zombie.
 bool alive(qint64 pid);
-// True while a process that is not a zombie is in the process group.
-bool groupAlive(qint64 group);
 // The values the runtime simulator recorded under key, in order, as text: "stdin" every line it read, "child" the pid
 // of every grandchild it spawned, "pid" that of every start of a program.
 QStringList simulatorRecords(const QString& recordPath, const QString& key);

@@ -3,6 +3,7 @@
 #include "runtool.h"
 
 #include <QRegularExpression>
+#include <QSize>
 #include <QTest>
 
 #include <algorithm>
@@ -26,6 +27,24 @@ QString tool(const QString& name, const QStringList& arguments)
 QString windowTitle(const QString& window)
 {
     return tool(u"xdotool"_s, { u"getwindowname"_s, window }).trimmed();
+}
+
+QSize windowSize(const QString& window)
+{
+    const QString info = tool(u"xwininfo"_s, { u"-id"_s, window });
+    const auto value = [&](const QString& field) {
+        const QRegularExpression line(u"^\\s*"_s + field + u":\\s*(-?\\d+)"_s, QRegularExpression::MultilineOption);
+        return line.match(info).captured(1).toInt();
+    };
+    return { value(u"Width"_s), value(u"Height"_s) };
+}
+
+// Clicks inside a window at (x, y) of the window; button 1 left, 3 right.
+void click(const QString& window, int x, int y, int button = 1)
+{
+    tool(u"xdotool"_s,
+        { u"mousemove"_s, u"--window"_s, window, QString::number(x), QString::number(y), u"click"_s,
+            QString::number(button) });
 }
 
 } // namespace
@@ -56,7 +75,7 @@ int ProgramDriver::waitForExit(int timeoutMs)
 
 void ProgramDriver::kill(int signal)
 {
-    if (started())
+    if (process.processId() > 0)
         ::kill(static_cast<pid_t>(process.processId()), signal);
 }
 
@@ -87,7 +106,7 @@ QString ProgramDriver::trayIcon()
 {
     if (icon.isEmpty()) {
         icon = waitForWindowWhere([](const QString& window) {
-            const QRect area = geometry(window);
+            const QSize area = windowSize(window);
             return area.width() <= maximumTrayIconSide && area.height() <= maximumTrayIconSide;
         });
     }
@@ -100,7 +119,7 @@ bool ProgramDriver::closeMainWindow()
     if (window.isEmpty())
         return false;
     // The close button sits at the right end of the title bar.
-    click(window, geometry(window).width() - 27, 28);
+    click(window, windowSize(window).width() - 27, 28);
     // Qt may destroy a hidden window's X window, so the title is what must go.
     return QTest::qWaitFor([&] { return mainWindow(0).isEmpty(); }, waitMs);
 }
@@ -126,25 +145,9 @@ QString ProgramDriver::openTrayMenu(const QStringList& keys)
     return waitForWindowWhere(isNew);
 }
 
-bool ProgramDriver::quitFromTrayMenu()
-{
-    const QString menu = openTrayMenu();
-    if (menu.isEmpty())
-        return false;
-    keys(menu, { u"q"_s });
-    return waitForExit() == 0;
-}
-
-void ProgramDriver::click(const QString& window, int x, int y, int button)
-{
-    tool(u"xdotool"_s,
-        { u"mousemove"_s, u"--window"_s, window, QString::number(x), QString::number(y), u"click"_s,
-            QString::number(button) });
-}
-
 void ProgramDriver::clickTrayIcon(const QString& icon, int button)
 {
-    const QRect area = geometry(icon);
+    const QSize area = windowSize(icon);
     click(icon, area.width() / 2, area.height() / 2, button);
     const int height = tool(u"xdotool"_s, { u"getdisplaygeometry"_s }).section(u' ', 1, 1).toInt();
     tool(u"xdotool"_s, { u"mousemove"_s, u"0"_s, QString::number(std::max(0, height - 1)) });
@@ -156,17 +159,6 @@ void ProgramDriver::keys(const QString& window, const QStringList& names)
     // To a focused window xdotool presses through the server like a real keyboard, and when the press closes that
     // window it fails before the release: the key would stay down and repeat into the next program's windows.
     tool(u"xdotool"_s, QStringList { u"keyup"_s } + names);
-}
-
-QRect ProgramDriver::geometry(const QString& window)
-{
-    const QString info = tool(u"xwininfo"_s, { u"-id"_s, window });
-    const auto value = [&](const QString& field) {
-        const QRegularExpression line(u"^\\s*"_s + field + u":\\s*(-?\\d+)"_s, QRegularExpression::MultilineOption);
-        return line.match(info).captured(1).toInt();
-    };
-    return { value(u"Absolute upper-left X"_s), value(u"Absolute upper-left Y"_s), value(u"Width"_s),
-        value(u"Height"_s) };
 }
 
 } // namespace testsupport

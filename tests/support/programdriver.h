@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QProcess>
-#include <QRect>
 #include <QStringList>
 
 #include <functional>
@@ -19,7 +18,6 @@ public:
     ProgramDriver(const ProgramDriver&) = delete;
     ProgramDriver& operator=(const ProgramDriver&) = delete;
 
-    bool started() const { return process.processId() > 0; }
     qint64 pid() const { return process.processId(); }
     bool running() const { return process.state() != QProcess::NotRunning; }
     // Waits for the program to end by itself; answers its exit code, or -1 after a crash or timeoutMs.
@@ -36,18 +34,13 @@ public:
     bool closeMainWindow();
     // Opens the tray menu and answers its window; with keys, presses them in it and answers the submenu they open.
     QString openTrayMenu(const QStringList& keys = {});
-    // "&Quit" from the tray menu; answers whether the program then ended with 0.
-    bool quitFromTrayMenu();
 
-    // Clicks inside a window at (x, y) of the window; button 1 left, 3 right.
-    static void click(const QString& window, int x, int y, int button = 1);
     // Clicks the middle of the tray icon, then parks the pointer in the screen's bottom-left corner so that no tool
     // tip shows and an open menu keeps its keyboard highlight.
     static void clickTrayIcon(const QString& icon, int button = 1);
     // Presses keys (xdotool key names) in a window. They are sent to it directly, so that neither the keyboard focus
     // nor a grab still held by the tray host on a busy machine decides where they land.
     static void keys(const QString& window, const QStringList& names);
-    static QRect geometry(const QString& window);
 
     static constexpr int waitMs = 45000;
 

@@ -5,7 +5,7 @@
 
 namespace testsupport {
 
-// Writes content to path, creating missing folders; fails the calling test on error.
+// Writes content to path, creating missing folders; answers whether all of it was written.
 bool writeFile(const QString& path, const QByteArray& content);
 QByteArray readFile(const QString& path);
 

@@ -1,13 +1,13 @@
-// The Job Object under wine: a parent assigns a child to a kill-on-close job, the child starts a grandchild, the
-// parent is killed as a crash would end it; both must end with it. Without arguments it plays the test; "parent",
-// "child" and "grandchild" are the roles. Plain Win32, built with MinGW-w64.
+// The Job Object under wine: this program puts a child into a kill-on-close job, the child starts a grandchild, and the
+// job's only handle is closed, as the end of a crashed program closes it; both must end then. Without arguments it
+// plays the test; "child" and "grandchild" are the roles. Plain Win32, built with MinGW-w64.
 
 #include "jobobject_win.h"
 
 #include <windows.h>
 
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
 #include <string>
 
 namespace {
@@ -31,56 +31,42 @@ PROCESS_INFORMATION startRole(const char* role, DWORD flags, HANDLE out = nullpt
     return process;
 }
 
-// Assigns the child before it runs, so that its grandchild is born in the job, and waits to be killed.
-int parent()
-{
-    void* job = jobobject::createKillOnClose();
-    const PROCESS_INFORMATION child = startRole("child", CREATE_SUSPENDED);
-    if (!job || !jobobject::assign(job, child.dwProcessId)) {
-        std::fprintf(stderr, "no job for the child: error %lu\n", GetLastError());
-        TerminateProcess(child.hProcess, 1);
-        return 2;
-    }
-    ResumeThread(child.hThread);
-    Sleep(600000);
-    return 0;
-}
-
 int test()
 {
     SECURITY_ATTRIBUTES inheritable { sizeof inheritable, nullptr, TRUE };
     HANDLE outRead, outWrite;
     CreatePipe(&outRead, &outWrite, &inheritable, 0);
     SetHandleInformation(outRead, HANDLE_FLAG_INHERIT, 0);
-    const PROCESS_INFORMATION parent = startRole("parent", 0, outWrite);
+    // Assigned before it runs, so that its grandchild is born in the job.
+    void* job = jobobject::createKillOnClose();
+    const PROCESS_INFORMATION child = startRole("child", CREATE_SUSPENDED, outWrite);
     CloseHandle(outWrite);
+    if (!job || !jobobject::assign(job, child.dwProcessId)) {
+        std::fprintf(stderr, "no job for the child: error %lu\n", GetLastError());
+        TerminateProcess(child.hProcess, 1);
+        return 2;
+    }
+    ResumeThread(child.hThread);
 
-    // The child's line: its id and the grandchild's.
+    // The child's line: the grandchild's id. Both must run before the job's handle goes, or nothing would be shown.
     std::string line;
     char c = 0;
     DWORD count = 0;
     while (line.find('\n') == std::string::npos && ReadFile(outRead, &c, 1, &count, nullptr) && count == 1)
         line += c;
-    unsigned long pids[2] = {};
-    HANDLE tree[2] = {};
-    std::sscanf(line.c_str(), "%lu %lu", &pids[0], &pids[1]);
-    for (int i = 0; i < 2; ++i) {
-        tree[i] = pids[i] ? OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE, FALSE, pids[i]) : nullptr;
-        if (!tree[i] || WaitForSingleObject(tree[i], 0) != WAIT_TIMEOUT) {
-            std::fprintf(stderr, "the tree is not running before the parent ends: \"%s\"\n", line.c_str());
-            return 2;
-        }
+    const unsigned long grandchild = std::strtoul(line.c_str(), nullptr, 10);
+    HANDLE tree[2] = { child.hProcess, OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE, FALSE, grandchild) };
+    if (!grandchild || !tree[1] || WaitForMultipleObjects(2, tree, FALSE, 0) != WAIT_TIMEOUT) {
+        std::fprintf(stderr, "the tree is not running before the job's handle goes: \"%s\"\n", line.c_str());
+        return 2;
     }
 
-    TerminateProcess(parent.hProcess, 3);
+    CloseHandle(job);
     const bool treeEnded = WaitForMultipleObjects(2, tree, TRUE, 20000) == WAIT_OBJECT_0;
-    for (int i = 0; i < 2; ++i) {
-        if (WaitForSingleObject(tree[i], 0) == WAIT_TIMEOUT)
-            std::fprintf(stderr, "process %lu outlived the parent\n", pids[i]);
-        TerminateProcess(tree[i], 1);
-    }
-    if (treeEnded)
-        std::printf("child %lu and grandchild %lu ended with the parent\n", pids[0], pids[1]);
+    for (HANDLE process : tree)
+        TerminateProcess(process, 1);
+    std::printf("child %lu and grandchild %lu %s\n", child.dwProcessId, grandchild,
+        treeEnded ? "ended with the job" : "outlived the job");
     return treeEnded ? 0 : 1;
 }
 
@@ -88,15 +74,12 @@ int test()
 
 int main(int argc, char* argv[])
 {
-    const char* role = argc > 1 ? argv[1] : "";
-    if (std::strcmp(role, "parent") == 0)
-        return parent();
-    if (std::strcmp(role, "child") == 0) {
-        const PROCESS_INFORMATION grandchild = startRole("grandchild", 0);
-        std::printf("%lu %lu\n", GetCurrentProcessId(), grandchild.dwProcessId);
+    const std::string role = argc > 1 ? argv[1] : "";
+    if (role == "child") {
+        std::printf("%lu\n", startRole("grandchild", 0).dwProcessId);
         std::fflush(stdout);
     }
-    if (std::strcmp(role, "child") == 0 || std::strcmp(role, "grandchild") == 0) {
+    if (role == "child" || role == "grandchild") {
         Sleep(600000);
         return 0;
     }
