@@ -1,16 +1,21 @@
+#include "appglobals.h"
 #include "programdriver.h"
+#include "runguard.h"
 #include "runtool.h"
 #include "tempfiles.h"
 
 #include <QFile>
+#include <QSharedMemory>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <sys/shm.h>
 
 using namespace Qt::StringLiterals;
 using testsupport::ProgramDriver;
 
 // The real program where it cannot run: on a private X server without a tray host, and without a temporary folder
-// for its single-instance guard.
+// for its single-instance guard; and a guard that a killed instance's leftovers must not turn away.
 class TestNotray final : public QObject
 {
     Q_OBJECT
@@ -43,6 +48,22 @@ private slots:
         const QString error = QString::fromLocal8Bit(program.err).trimmed();
         QVERIFY2(error.startsWith(u"Oxmerel Connect: cannot create the single-instance guard"_s), qPrintable(error));
         QVERIFY2(error.contains(notAFolder) && !error.contains('\n'_L1), qPrintable(error));
+    }
+
+    void segmentNobodyHoldsGivesWay()
+    {
+        // What a killed instance leaves: a segment that nobody is attached to. Its name comes from the key file's
+        // inode, which a new key file can share, so it appears after the guard was made.
+        RunGuard guard(applicationKey);
+        const QString keyFile = QSharedMemory(RunGuard::deriveKey(applicationKey, u"_sharedmemKey"_s)).nativeKey();
+        QVERIFY(testsupport::writeFile(keyFile, {}));
+        QVERIFY(shmget(ftok(QFile::encodeName(keyFile).constData(), 'Q'), 8, IPC_CREAT | IPC_EXCL | 0600) != -1);
+        QVERIFY(guard.tryClaimInstance());
+        // A claim that holds: the next start gives way until this one lets go.
+        RunGuard next(applicationKey);
+        QVERIFY(!next.tryClaimInstance());
+        guard.releaseInstance();
+        QVERIFY(next.tryClaimInstance());
     }
 };
 
