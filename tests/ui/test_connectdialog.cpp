@@ -348,18 +348,20 @@ private slots:
 
     void runtimeQuestionIsAskedHiddenAndRefusalShown()
     {
-        rig->useScenario(u"[oxmerel-runner]\nprint {\"status\":\"waiting_input\",\"msg\":\"Token\"}\nexpect\n"
+        // The user cancels the first question and answers the second.
+        rig->useScenario(u"[oxmerel-runner]\nprint {\"status\":\"waiting_input\",\"msg\":\"Code\"}\n"
+                         "print {\"status\":\"waiting_input\",\"msg\":\"Token\"}\nexpect\n"
                          "print {\"status\":\"connecting\",\"level\":\"error\",\"msg\":\"denied\"}\n"_s);
-        QString asked;
+        QStringList asked;
         // The question runs its own event loop: answered from a timer.
         QTimer answerer;
         QObject::connect(&answerer, &QTimer::timeout, &answerer, [&asked] {
             if (auto* dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget())) {
                 const bool hidden = dialog->textEchoMode() == QLineEdit::Password;
-                asked = QStringList({ dialog->windowTitle(), dialog->labelText(), dialog->textValue() }).join(u'|')
-                    + (hidden ? u" (hidden)"_s : QString());
-                dialog->setTextValue(u"t0ken"_s);
-                dialog->accept();
+                asked << QStringList({ dialog->windowTitle(), dialog->labelText(), dialog->textValue() }).join(u'|')
+                        + (hidden ? u" (hidden)"_s : QString());
+                dialog->setTextValue(dialog->labelText().toLower());
+                dialog->done(dialog->labelText() == u"Token"_s);
             }
         });
         answerer.start(20);
@@ -367,8 +369,10 @@ private slots:
         fillForm(s);
         QTest::mouseClick(s->signInButton, Qt::LeftButton);
         QTRY_VERIFY(answerModal().contains(u"Connection failed"_s));
-        QCOMPARE(rig->runners().value(0).input, QStringList({ u"t0ken"_s }));
-        QCOMPARE(asked, u"Oxmerel|Token|%1 (hidden)"_s.arg(QDir::home().dirName()));
+        QCOMPARE(rig->runners().value(0).input, QStringList({ u"token"_s }));
+        const QString home = QDir::home().dirName();
+        QCOMPARE(
+            asked, QStringList({ u"Oxmerel|Code|%1 (hidden)"_s.arg(home), u"Oxmerel|Token|%1 (hidden)"_s.arg(home) }));
     }
 
     void robotsAndWorkspacesFromSignInToSignOut()
