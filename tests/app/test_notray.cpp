@@ -52,12 +52,12 @@ private slots:
 
     void segmentNobodyHoldsGivesWay()
     {
-        // What a killed instance leaves: a segment that nobody is attached to. Its name comes from the key file's
-        // inode, which a new key file can share, so it appears after the guard was made.
+        // What a killed instance leaves: a segment that nobody is attached to (one may be there already). Its name
+        // comes from the key file's inode, which a new key file can share, so it appears after the guard was made.
         RunGuard guard(applicationKey);
         const QString keyFile = QSharedMemory(RunGuard::deriveKey(applicationKey, u"_sharedmemKey"_s)).nativeKey();
         QVERIFY(testsupport::writeFile(keyFile, {}));
-        QVERIFY(shmget(ftok(QFile::encodeName(keyFile).constData(), 'Q'), 8, IPC_CREAT | IPC_EXCL | 0600) != -1);
+        QVERIFY(shmget(ftok(QFile::encodeName(keyFile).constData(), 'Q'), 8, IPC_CREAT | 0600) != -1);
         QVERIFY(guard.tryClaimInstance());
         // A claim that holds: the next start gives way until this one lets go.
         RunGuard next(applicationKey);
